@@ -21,8 +21,8 @@ TEST(ArithTest, MultiplyKeepsLow64Bits) {
 }
 
 TEST(ArithTest, DivideIsExactForEveryDivisor) {
-  const uint64_t Values[] = {0, 1, 9, 10, 0xFFFFFFFFULL, 0x100000000ULL, 0xFFFFFFFFFFFFFFFFULL,
-                             0x123456789ABCDEF0ULL};
+  const uint64_t Values[] = {
+      0, 1, 9, 10, 0xFFFFFFFFULL, 0x100000000ULL, 0xFFFFFFFFFFFFFFFFULL, 0x123456789ABCDEF0ULL};
   const uint32_t Divisors[] = {1, 2, 3, 7, 10, 0x80000000u, 0xFFFFFFFFu};
   for (uint64_t Value : Values) {
     for (uint32_t Divisor : Divisors) {

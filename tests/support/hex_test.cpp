@@ -17,11 +17,11 @@ TEST(HexTest, DigitValues) {
     bool Valid;
     UINT8 Value;
   };
-  for (const Case &C : {Case{u'0', true, 0}, Case{u'9', true, 9}, Case{u'A', true, 10},
-                        Case{u'F', true, 15}, Case{u'a', true, 10}, Case{u'f', true, 15},
-                        Case{u'G', false, 0}, Case{u'g', false, 0}, Case{u'/', false, 0},
-                        Case{u':', false, 0}, Case{u'@', false, 0}, Case{u'`', false, 0},
-                        Case{0, false, 0}, Case{0xFF10, false, 0}}) {
+  for (const Case &C :
+       {Case{u'0', true, 0}, Case{u'9', true, 9}, Case{u'A', true, 10}, Case{u'F', true, 15},
+        Case{u'a', true, 10}, Case{u'f', true, 15}, Case{u'G', false, 0}, Case{u'g', false, 0},
+        Case{u'/', false, 0}, Case{u':', false, 0}, Case{u'@', false, 0}, Case{u'`', false, 0},
+        Case{0, false, 0}, Case{0xFF10, false, 0}}) {
     UINT8 Value = 0xEE;
     EXPECT_EQ(HexDigitValue(&Value, C.Character), C.Valid) << static_cast<int>(C.Character);
     if (C.Valid) {

@@ -15,7 +15,9 @@ struct Item {
 std::vector<int> Values(ListLink *Head) {
   EXPECT_TRUE(CheckListInvariants(Head));
   std::vector<int> Out;
-  LIST_FOR_EACH(Link, Head) { Out.push_back(LIST_RECORD(Link, Item, Link)->Value); }
+  LIST_FOR_EACH(Link, Head) {
+    Out.push_back(LIST_RECORD(Link, Item, Link)->Value);
+  }
   return Out;
 }
 

@@ -63,8 +63,7 @@ INSTANTIATE_TEST_SUITE_P(
         NumberCase{u"%,ld", -1234567890123LL, true, u"-1,234,567,890,123"},
         // A 32-bit slot is sign-extended; an "l" number is read whole.
         NumberCase{u"%d", 0xFFFFFFFF, false, u"-1"},
-        NumberCase{u"%ld", 0xFFFFFFFF, true, u"4294967295"},
-        NumberCase{u"%ld", -1, true, u"-1"},
+        NumberCase{u"%ld", 0xFFFFFFFF, true, u"4294967295"}, NumberCase{u"%ld", -1, true, u"-1"},
         NumberCase{u"%ld", INT64_MIN, true, u"-9223372036854775808"},
         NumberCase{u"%ld", INT64_MAX, true, u"9223372036854775807"},
         NumberCase{u"%d", -42, false, u"-42"}, NumberCase{u"%5d", -42, false, u"  -42"},
@@ -96,7 +95,8 @@ TEST(PrintTest, BufferOf42BytesHoldsTwentyCharactersAndTerminator) {
 }
 
 TEST(PrintTest, LimitHoldsForEveryConversion) {
-  static const EFI_GUID Guid = {0x8BE4DF61, 0x93CA, 0x11d2, {0xAA, 0x0D, 0x00, 0xE0, 0x98, 0x03, 0x2B, 0x8C}};
+  static const EFI_GUID Guid = {
+      0x8BE4DF61, 0x93CA, 0x11d2, {0xAA, 0x0D, 0x00, 0xE0, 0x98, 0x03, 0x2B, 0x8C}};
   EFI_TIME Time = {2026, 11, 22, 9, 5, 0, 0, 0, 0, 0, 0};
   EXPECT_EQ(Format(8, u"%d", 123456).Text, u"123");
   EXPECT_EQ(Format(8, u"%g", &Guid).Text, u"8BE");
@@ -135,7 +135,8 @@ TEST(PrintTest, CharacterUsesLowSixteenBits) {
 }
 
 TEST(PrintTest, GuidLayoutAndNullPointer) {
-  static const EFI_GUID Guid = {0x8BE4DF61, 0x93CA, 0x11d2, {0xAA, 0x0D, 0x00, 0xE0, 0x98, 0x03, 0x2B, 0x8C}};
+  static const EFI_GUID Guid = {
+      0x8BE4DF61, 0x93CA, 0x11d2, {0xAA, 0x0D, 0x00, 0xE0, 0x98, 0x03, 0x2B, 0x8C}};
   EXPECT_EQ(Text(u"%g", &Guid), u"8BE4DF61-93CA-11D2-AA0D-00E098032B8C");
   static const EFI_GUID Small = {0x1, 0x2, 0x3, {0, 1, 2, 3, 4, 5, 6, 7}};
   EXPECT_EQ(Text(u"%g", &Small), u"00000001-0002-0003-0001-020304050607");
