@@ -1,0 +1,147 @@
+#include "tools/terminal/renderer.h"
+
+namespace morvane::tools {
+
+namespace {
+
+// Unchanged cells this close together are rewritten rather than skipped with a cursor move,
+// which costs more bytes.
+constexpr unsigned GapWorthBridging = 4;
+
+// Characters the terminal cannot show as they are.
+char16_t Printable(char16_t Character) {
+  if (Character == 0) {
+    return u' ';
+  }
+  if (Character < 0x20 || Character == 0x7F || (Character >= 0xD800 && Character <= 0xDFFF)) {
+    return u'?';
+  }
+  return Character;
+}
+
+} // namespace
+
+unsigned AnsiColour(unsigned EfiColour) {
+  return ((EfiColour & 1) << 2) | (EfiColour & 2) | ((EfiColour & 4) >> 2);
+}
+
+std::string ColourSequence(uint8_t Attribute) {
+  unsigned Foreground = Attribute & 0x0F;
+  unsigned Background = (Attribute >> 4) & 0x07;
+  unsigned ForegroundCode =
+      (Foreground & 8) != 0 ? 90 + AnsiColour(Foreground & 7) : 30 + AnsiColour(Foreground);
+  return "\x1b[" + std::to_string(ForegroundCode) + ";" +
+         std::to_string(40 + AnsiColour(Background)) + "m";
+}
+
+void AppendUtf8(std::string &Out, char16_t Character) {
+  uint32_t Code = Character;
+  if (Code < 0x80) {
+    Out += static_cast<char>(Code);
+  } else if (Code < 0x800) {
+    Out += static_cast<char>(0xC0 | (Code >> 6));
+    Out += static_cast<char>(0x80 | (Code & 0x3F));
+  } else {
+    Out += static_cast<char>(0xE0 | (Code >> 12));
+    Out += static_cast<char>(0x80 | ((Code >> 6) & 0x3F));
+    Out += static_cast<char>(0x80 | (Code & 0x3F));
+  }
+}
+
+std::string Renderer::EnterSequence() {
+  return "\x1b[?1049h\x1b[?25l\x1b[?7l\x1b[0m\x1b[2J";
+}
+
+std::string Renderer::LeaveSequence() {
+  return "\x1b[0m\x1b[?7h\x1b[?25h\x1b[?1049l";
+}
+
+void Renderer::MoveTo(std::string &Out, unsigned ToColumn, unsigned ToRow) {
+  if (PositionKnown && Column == ToColumn && Row == ToRow) {
+    return;
+  }
+  Out += "\x1b[" + std::to_string(ToRow + 1) + ";" + std::to_string(ToColumn + 1) + "H";
+  Column = ToColumn;
+  Row = ToRow;
+  PositionKnown = true;
+}
+
+void Renderer::SetColour(std::string &Out, uint8_t Attribute) {
+  if (Colour == Attribute) {
+    return;
+  }
+  if (Colour >= 0 && ((Colour ^ Attribute) & 0x70) == 0) {
+    // Only the foreground changed.
+    unsigned Foreground = Attribute & 0x0F;
+    unsigned Code =
+        (Foreground & 8) != 0 ? 90 + AnsiColour(Foreground & 7) : 30 + AnsiColour(Foreground);
+    Out += "\x1b[" + std::to_string(Code) + "m";
+  } else {
+    Out += ColourSequence(Attribute);
+  }
+  Colour = Attribute;
+}
+
+std::string Renderer::Render(const ScreenFrame &Next) {
+  std::string Out;
+  bool Full = !Valid || Last.Columns != Next.Columns || Last.Rows != Next.Rows;
+  if (Full) {
+    Out += "\x1b[0m";
+    Colour = -1;
+    PositionKnown = false;
+  }
+  for (unsigned Y = 0; Y < Next.Rows; Y++) {
+    unsigned X = 0;
+    while (X < Next.Columns) {
+      if (!Full && Next.At(X, Y) == Last.At(X, Y)) {
+        X++;
+        continue;
+      }
+      // A run of changed cells, bridging short stretches of unchanged ones.
+      unsigned End = X + 1;
+      unsigned Unchanged = 0;
+      for (unsigned Scan = X + 1; Scan < Next.Columns; Scan++) {
+        if (Full || !(Next.At(Scan, Y) == Last.At(Scan, Y))) {
+          End = Scan + 1;
+          Unchanged = 0;
+        } else if (++Unchanged > GapWorthBridging) {
+          break;
+        }
+      }
+      // A run that starts on the right half of a wide character starts at its left half.
+      if (X > 0 && Next.At(X, Y).Continuation) {
+        X--;
+      }
+      MoveTo(Out, X, Y);
+      for (unsigned Cell = X; Cell < End; Cell++) {
+        const ScreenCell &Shown = Next.At(Cell, Y);
+        if (Shown.Continuation) {
+          continue;
+        }
+        SetColour(Out, Shown.Attribute);
+        AppendUtf8(Out, Printable(Shown.Character));
+        bool Wide = Cell + 1 < Next.Columns && Next.At(Cell + 1, Y).Continuation;
+        Column += Wide ? 2 : 1;
+      }
+      // With autowrap off the cursor stays in the last column after writing there.
+      if (Column >= Next.Columns) {
+        PositionKnown = false;
+      }
+      X = End;
+    }
+  }
+  if (Next.CursorVisible) {
+    MoveTo(Out, Next.CursorColumn, Next.CursorRow);
+    if (!CursorShown || Full) {
+      Out += "\x1b[?25h";
+    }
+  } else if (CursorShown || Full) {
+    Out += "\x1b[?25l";
+  }
+  CursorShown = Next.CursorVisible;
+  Last = Next;
+  Valid = true;
+  return Out;
+}
+
+} // namespace morvane::tools
