@@ -4,6 +4,7 @@
 
 #include "uefi/base.h"
 #include "uefi/device_path.h"
+#include "uefi/graphics.h"
 #include "uefi/ifr.h"
 
 typedef VOID *EFI_HII_HANDLE;
@@ -86,7 +87,7 @@ static_assert(offsetof(EFI_HII_STRING_PACKAGE_HDR, Language) == 46);
 //   EXT1                  0 type, 1 block type 2, 2 u8 length of the whole block
 //   EXT2                  0 type, 1 block type 2, 2 u16 length
 //   EXT4                  0 type, 1 block type 2, 2 u32 length
-//   FONT (inside EXT2)    5 font id, 6 u16 font size, 8 u8 font style, 9.. font name
+//   FONT (inside EXT2)    4 font id, 5 u16 font size, 7 u32 font style, 11.. UCS-2 font name
 #define EFI_HII_SIBT_EXT1_HEADER_SIZE 3
 #define EFI_HII_SIBT_EXT2_HEADER_SIZE 4
 #define EFI_HII_SIBT_EXT4_HEADER_SIZE 6
@@ -231,6 +232,98 @@ inline constexpr EFI_GUID gEfiHiiImageProtocolGuid = EFI_HII_IMAGE_PROTOCOL_GUID
     0xe9ca4775, 0x8657, 0x47fc, { 0x97, 0xe7, 0x7e, 0xd6, 0x5a, 0x08, 0x43, 0x24 }                 \
   }
 inline constexpr EFI_GUID gEfiHiiFontProtocolGuid = EFI_HII_FONT_PROTOCOL_GUID;
+
+typedef UINT32 EFI_HII_DRAW_FLAGS;
+typedef UINT32 EFI_HII_OUT_FLAGS;
+typedef UINT32 EFI_FONT_INFO_MASK;
+typedef VOID *EFI_FONT_HANDLE;
+
+typedef struct {
+  UINT32 Flags;
+  UINT16 Width;
+  UINT16 Height;
+  EFI_GRAPHICS_OUTPUT_BLT_PIXEL *Bitmap;
+} EFI_IMAGE_INPUT;
+
+typedef struct {
+  UINT16 Width;
+  UINT16 Height;
+  union {
+    EFI_GRAPHICS_OUTPUT_BLT_PIXEL *Bitmap;
+    struct EFI_GRAPHICS_OUTPUT_PROTOCOL *Screen;
+  } Image;
+} EFI_IMAGE_OUTPUT;
+
+typedef struct {
+  EFI_GRAPHICS_OUTPUT_BLT_PIXEL ForegroundColor;
+  EFI_GRAPHICS_OUTPUT_BLT_PIXEL BackgroundColor;
+  EFI_FONT_INFO_MASK FontInfoMask;
+  EFI_FONT_INFO FontInfo;
+} EFI_FONT_DISPLAY_INFO;
+
+typedef struct {
+  UINTN StartIndex;
+  UINTN EndIndex;
+  UINTN LineHeight;
+  UINTN LineWidth;
+  UINTN BaselineOffset;
+} EFI_HII_ROW_INFO;
+
+struct EFI_HII_IMAGE_PROTOCOL;
+
+typedef EFI_STATUS(EFIAPI *EFI_HII_NEW_IMAGE)(const EFI_HII_IMAGE_PROTOCOL *This,
+                                              EFI_HII_HANDLE PackageList, EFI_IMAGE_ID *ImageId,
+                                              const EFI_IMAGE_INPUT *Image);
+typedef EFI_STATUS(EFIAPI *EFI_HII_GET_IMAGE)(const EFI_HII_IMAGE_PROTOCOL *This,
+                                              EFI_HII_HANDLE PackageList, EFI_IMAGE_ID ImageId,
+                                              EFI_IMAGE_INPUT *Image);
+typedef EFI_STATUS(EFIAPI *EFI_HII_SET_IMAGE)(const EFI_HII_IMAGE_PROTOCOL *This,
+                                              EFI_HII_HANDLE PackageList, EFI_IMAGE_ID ImageId,
+                                              const EFI_IMAGE_INPUT *Image);
+typedef EFI_STATUS(EFIAPI *EFI_HII_DRAW_IMAGE)(const EFI_HII_IMAGE_PROTOCOL *This,
+                                               EFI_HII_DRAW_FLAGS Flags,
+                                               const EFI_IMAGE_INPUT *Image,
+                                               EFI_IMAGE_OUTPUT **Blt, UINTN BltX, UINTN BltY);
+typedef EFI_STATUS(EFIAPI *EFI_HII_DRAW_IMAGE_ID)(const EFI_HII_IMAGE_PROTOCOL *This,
+                                                  EFI_HII_DRAW_FLAGS Flags,
+                                                  EFI_HII_HANDLE PackageList,
+                                                  EFI_IMAGE_ID ImageId, EFI_IMAGE_OUTPUT **Blt,
+                                                  UINTN BltX, UINTN BltY);
+
+struct EFI_HII_IMAGE_PROTOCOL {
+  EFI_HII_NEW_IMAGE NewImage;
+  EFI_HII_GET_IMAGE GetImage;
+  EFI_HII_SET_IMAGE SetImage;
+  EFI_HII_DRAW_IMAGE DrawImage;
+  EFI_HII_DRAW_IMAGE_ID DrawImageId;
+};
+
+struct EFI_HII_FONT_PROTOCOL;
+
+typedef EFI_STATUS(EFIAPI *EFI_HII_STRING_TO_IMAGE)(
+    const EFI_HII_FONT_PROTOCOL *This, EFI_HII_OUT_FLAGS Flags, const EFI_STRING String,
+    const EFI_FONT_DISPLAY_INFO *StringInfo, EFI_IMAGE_OUTPUT **Blt, UINTN BltX, UINTN BltY,
+    EFI_HII_ROW_INFO **RowInfoArray, UINTN *RowInfoArraySize, UINTN *ColumnInfoArray);
+typedef EFI_STATUS(EFIAPI *EFI_HII_STRING_ID_TO_IMAGE)(
+    const EFI_HII_FONT_PROTOCOL *This, EFI_HII_OUT_FLAGS Flags, EFI_HII_HANDLE PackageList,
+    EFI_STRING_ID StringId, const CHAR8 *Language, const EFI_FONT_DISPLAY_INFO *StringInfo,
+    EFI_IMAGE_OUTPUT **Blt, UINTN BltX, UINTN BltY, EFI_HII_ROW_INFO **RowInfoArray,
+    UINTN *RowInfoArraySize, UINTN *ColumnInfoArray);
+typedef EFI_STATUS(EFIAPI *EFI_HII_GET_GLYPH)(const EFI_HII_FONT_PROTOCOL *This, CHAR16 Char,
+                                              const EFI_FONT_DISPLAY_INFO *StringInfo,
+                                              EFI_IMAGE_OUTPUT **Blt, UINTN *Baseline);
+typedef EFI_STATUS(EFIAPI *EFI_HII_GET_FONT_INFO)(const EFI_HII_FONT_PROTOCOL *This,
+                                                  EFI_FONT_HANDLE *FontHandle,
+                                                  const EFI_FONT_DISPLAY_INFO *StringInfoIn,
+                                                  EFI_FONT_DISPLAY_INFO **StringInfoOut,
+                                                  const EFI_STRING String);
+
+struct EFI_HII_FONT_PROTOCOL {
+  EFI_HII_STRING_TO_IMAGE StringToImage;
+  EFI_HII_STRING_ID_TO_IMAGE StringIdToImage;
+  EFI_HII_GET_GLYPH GetGlyph;
+  EFI_HII_GET_FONT_INFO GetFontInfo;
+};
 
 // HII Configuration Routing Protocol (35.4).
 #define EFI_HII_CONFIG_ROUTING_PROTOCOL_GUID                                                       \
