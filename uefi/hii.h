@@ -282,13 +282,12 @@ typedef EFI_STATUS(EFIAPI *EFI_HII_SET_IMAGE)(const EFI_HII_IMAGE_PROTOCOL *This
                                               const EFI_IMAGE_INPUT *Image);
 typedef EFI_STATUS(EFIAPI *EFI_HII_DRAW_IMAGE)(const EFI_HII_IMAGE_PROTOCOL *This,
                                                EFI_HII_DRAW_FLAGS Flags,
-                                               const EFI_IMAGE_INPUT *Image,
-                                               EFI_IMAGE_OUTPUT **Blt, UINTN BltX, UINTN BltY);
+                                               const EFI_IMAGE_INPUT *Image, EFI_IMAGE_OUTPUT **Blt,
+                                               UINTN BltX, UINTN BltY);
 typedef EFI_STATUS(EFIAPI *EFI_HII_DRAW_IMAGE_ID)(const EFI_HII_IMAGE_PROTOCOL *This,
                                                   EFI_HII_DRAW_FLAGS Flags,
-                                                  EFI_HII_HANDLE PackageList,
-                                                  EFI_IMAGE_ID ImageId, EFI_IMAGE_OUTPUT **Blt,
-                                                  UINTN BltX, UINTN BltY);
+                                                  EFI_HII_HANDLE PackageList, EFI_IMAGE_ID ImageId,
+                                                  EFI_IMAGE_OUTPUT **Blt, UINTN BltX, UINTN BltY);
 
 struct EFI_HII_IMAGE_PROTOCOL {
   EFI_HII_NEW_IMAGE NewImage;
