@@ -66,6 +66,7 @@ EFI_STATUS BuildConfigHeader(FormSet *Owner, Storage *Target) {
   Target->ConfigHdr = Header;
   Target->ConfigRequest = Request;
   Target->RequestRoom = 0;
+  Target->RequestLength = static_cast<UINT32>(StrLength(Request));
   return EFI_SUCCESS;
 }
 
@@ -95,17 +96,21 @@ EFI_STATUS AddRequestElement(FormSet *Owner, Statement *Question) {
   }
   UINTN ElementLength = StrLength(Element);
   if (Target->RequestRoom < ElementLength) {
-    UINTN OldSize = StrSize(Target->ConfigRequest);
-    CHAR16 *Grown = static_cast<CHAR16 *>(AllocateZeroedPool(OldSize + 2048));
+    // Room grows with the text, at least 1024 characters at a time, so that a form set with
+    // many questions copies its request a bounded number of times.
+    UINT32 Growth = Target->RequestLength > 1024 ? Target->RequestLength : 1024;
+    UINTN Capacity = static_cast<UINTN>(Target->RequestLength) + Target->RequestRoom + Growth + 1;
+    CHAR16 *Grown = static_cast<CHAR16 *>(AllocateZeroedPool(Capacity * sizeof(CHAR16)));
     if (Grown == nullptr) {
       return EFI_OUT_OF_RESOURCES;
     }
-    StrCopy(Grown, Target->ConfigRequest);
+    CopyBytes(Grown, Target->ConfigRequest, (Target->RequestLength + 1) * sizeof(CHAR16));
     FreePoolIfSet(Target->ConfigRequest);
     Target->ConfigRequest = Grown;
-    Target->RequestRoom += 1024;
+    Target->RequestRoom += Growth;
   }
-  StrAppend(Target->ConfigRequest, Element);
+  StrCopy(Target->ConfigRequest + Target->RequestLength, Element);
+  Target->RequestLength += static_cast<UINT32>(ElementLength);
   Target->ElementCount++;
   Target->RequestRoom -= static_cast<UINT32>(ElementLength);
   return EFI_SUCCESS;

@@ -43,6 +43,8 @@ struct Storage {
   CHAR16 *ConfigRequest;
   UINT32 ElementCount;
   UINT32 RequestRoom;
+  // Characters in ConfigRequest, so an element is appended without walking the text.
+  UINT32 RequestLength;
 };
 
 inline Storage *StorageFromLink(ListLink *Link) {
