@@ -13,16 +13,23 @@ namespace {
 // Longest device path walked; a path without an end node stops here.
 constexpr size_t DEVICE_PATH_LIMIT = 0x10000;
 
-// The handles with a protocol, copied out of the pool buffer the boot services hand back.
-std::vector<EFI_HANDLE> HandlesWith(EFI_BOOT_SERVICES *Boot, const EFI_GUID *Protocol) {
+// The handles with a protocol, copied out of the pool buffer the boot services hand back;
+// none is no error, running out of pool is.
+EFI_STATUS HandlesWith(EFI_BOOT_SERVICES *Boot, const EFI_GUID *Protocol,
+                       std::vector<EFI_HANDLE> *Handles) {
   UINTN Count = 0;
   EFI_HANDLE *Buffer = nullptr;
-  if (EFI_ERROR(Boot->LocateHandleBuffer(ByProtocol, Protocol, nullptr, &Count, &Buffer))) {
-    return {};
+  EFI_STATUS Status = Boot->LocateHandleBuffer(ByProtocol, Protocol, nullptr, &Count, &Buffer);
+  if (Status == EFI_NOT_FOUND) {
+    Handles->clear();
+    return EFI_SUCCESS;
   }
-  std::vector<EFI_HANDLE> Handles(Buffer, Buffer + Count);
+  if (EFI_ERROR(Status)) {
+    return Status;
+  }
+  Handles->assign(Buffer, Buffer + Count);
   Boot->FreePool(Buffer);
-  return Handles;
+  return EFI_SUCCESS;
 }
 
 // Where a failure is reported: the configuration's start, or the '&' before it.
@@ -32,7 +39,7 @@ size_t FailurePlace(size_t SectionStart) {
 
 } // namespace
 
-size_t DevicePathSize(const EFI_DEVICE_PATH_PROTOCOL *Path) {
+size_t ConfigPathSize(const EFI_DEVICE_PATH_PROTOCOL *Path) {
   if (Path == nullptr) {
     return 0;
   }
@@ -57,14 +64,19 @@ size_t DevicePathSize(const EFI_DEVICE_PATH_PROTOCOL *Path) {
 
 EFI_STATUS FindConfigAccess(EFI_BOOT_SERVICES *Boot, const std::vector<uint8_t> &Path,
                             EFI_HII_CONFIG_ACCESS_PROTOCOL **Access) {
-  for (EFI_HANDLE Handle : HandlesWith(Boot, &gEfiHiiConfigAccessProtocolGuid)) {
+  std::vector<EFI_HANDLE> Handles;
+  EFI_STATUS Status = HandlesWith(Boot, &gEfiHiiConfigAccessProtocolGuid, &Handles);
+  if (EFI_ERROR(Status)) {
+    return Status;
+  }
+  for (EFI_HANDLE Handle : Handles) {
     VOID *DevicePath = nullptr;
     VOID *Interface = nullptr;
     if (EFI_ERROR(Boot->HandleProtocol(Handle, &gEfiDevicePathProtocolGuid, &DevicePath)) ||
         EFI_ERROR(Boot->HandleProtocol(Handle, &gEfiHiiConfigAccessProtocolGuid, &Interface))) {
       continue;
     }
-    size_t Size = DevicePathSize(static_cast<const EFI_DEVICE_PATH_PROTOCOL *>(DevicePath));
+    size_t Size = ConfigPathSize(static_cast<const EFI_DEVICE_PATH_PROTOCOL *>(DevicePath));
     if (Size != 0 && Size == Path.size() && std::memcmp(DevicePath, Path.data(), Size) == 0) {
       *Access = static_cast<EFI_HII_CONFIG_ACCESS_PROTOCOL *>(Interface);
       return EFI_SUCCESS;
@@ -100,15 +112,16 @@ EFI_STATUS RouteConfigurations(EFI_BOOT_SERVICES *Boot, const CHAR16 *Text, bool
       return EFI_INVALID_PARAMETER;
     }
     EFI_HII_CONFIG_ACCESS_PROTOCOL *Access = nullptr;
-    if (EFI_ERROR(FindConfigAccess(Boot, Path, &Access))) {
+    EFI_STATUS Status = FindConfigAccess(Boot, Path, &Access);
+    if (EFI_ERROR(Status)) {
       *Progress = const_cast<EFI_STRING>(Text + FailurePlace(Starts[Index]));
-      return EFI_NOT_FOUND;
+      return Status;
     }
     EFI_STRING DriverProgress = nullptr;
     EFI_STRING DriverResults = nullptr;
-    EFI_STATUS Status =
-        Extract ? Access->ExtractConfig(Access, Section.c_str(), &DriverProgress, &DriverResults)
-                : Access->RouteConfig(Access, Section.c_str(), &DriverProgress);
+    Status = Extract
+                 ? Access->ExtractConfig(Access, Section.c_str(), &DriverProgress, &DriverResults)
+                 : Access->RouteConfig(Access, Section.c_str(), &DriverProgress);
     if (EFI_ERROR(Status)) {
       // The driver's progress points into the copy it was given; map it back.
       const CHAR16 *Copy = Section.c_str();
@@ -134,7 +147,11 @@ EFI_STATUS RouteConfigurations(EFI_BOOT_SERVICES *Boot, const CHAR16 *Text, bool
 }
 
 EFI_STATUS ExportConfigurations(EFI_BOOT_SERVICES *Boot, EFI_STRING *Results) {
-  std::vector<EFI_HANDLE> Handles = HandlesWith(Boot, &gEfiHiiConfigAccessProtocolGuid);
+  std::vector<EFI_HANDLE> Handles;
+  EFI_STATUS Status = HandlesWith(Boot, &gEfiHiiConfigAccessProtocolGuid, &Handles);
+  if (EFI_ERROR(Status)) {
+    return Status;
+  }
   if (Handles.empty()) {
     return EFI_NOT_FOUND;
   }

@@ -13,7 +13,7 @@
 namespace morvane::host {
 
 // Bytes of a device path up to and including its end node; 0 for a malformed path.
-size_t DevicePathSize(const EFI_DEVICE_PATH_PROTOCOL *Path);
+size_t ConfigPathSize(const EFI_DEVICE_PATH_PROTOCOL *Path);
 
 // The configuration access protocol of the driver whose device path is Path; EFI_NOT_FOUND
 // when none.

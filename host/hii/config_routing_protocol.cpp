@@ -14,7 +14,7 @@ namespace {
 // ExtractConfig: each configuration's current values from its driver.
 EFI_STATUS EFIAPI ExtractConfig(const EFI_HII_CONFIG_ROUTING_PROTOCOL *This, const CHAR16 *Request,
                                 EFI_STRING *Progress, EFI_STRING *Results) {
-  HiiServices *Owner = OwnerOf(This);
+  HiiServices *Owner = HiiOwnerOf(This);
   if (Owner == nullptr || Request == nullptr || Progress == nullptr || Results == nullptr) {
     return EFI_INVALID_PARAMETER;
   }
@@ -23,7 +23,7 @@ EFI_STATUS EFIAPI ExtractConfig(const EFI_HII_CONFIG_ROUTING_PROTOCOL *This, con
 
 // ExportConfig: every driver's whole configuration.
 EFI_STATUS EFIAPI ExportConfig(const EFI_HII_CONFIG_ROUTING_PROTOCOL *This, EFI_STRING *Results) {
-  HiiServices *Owner = OwnerOf(This);
+  HiiServices *Owner = HiiOwnerOf(This);
   if (Owner == nullptr || Results == nullptr) {
     return EFI_INVALID_PARAMETER;
   }
@@ -33,7 +33,7 @@ EFI_STATUS EFIAPI ExportConfig(const EFI_HII_CONFIG_ROUTING_PROTOCOL *This, EFI_
 // RouteConfig: each configuration's new values to its driver.
 EFI_STATUS EFIAPI RouteConfig(const EFI_HII_CONFIG_ROUTING_PROTOCOL *This,
                               const CHAR16 *Configuration, EFI_STRING *Progress) {
-  HiiServices *Owner = OwnerOf(This);
+  HiiServices *Owner = HiiOwnerOf(This);
   if (Owner == nullptr || Configuration == nullptr || Progress == nullptr) {
     return EFI_INVALID_PARAMETER;
   }
@@ -44,7 +44,7 @@ EFI_STATUS EFIAPI RouteConfig(const EFI_HII_CONFIG_ROUTING_PROTOCOL *This,
 EFI_STATUS EFIAPI BlockToConfig(const EFI_HII_CONFIG_ROUTING_PROTOCOL *This,
                                 const CHAR16 *ConfigRequest, const UINT8 *Block, UINTN BlockSize,
                                 EFI_STRING *Config, EFI_STRING *Progress) {
-  HiiServices *Owner = OwnerOf(This);
+  HiiServices *Owner = HiiOwnerOf(This);
   if (Owner == nullptr || ConfigRequest == nullptr || Config == nullptr || Progress == nullptr) {
     return EFI_INVALID_PARAMETER;
   }
@@ -66,7 +66,7 @@ EFI_STATUS EFIAPI BlockToConfig(const EFI_HII_CONFIG_ROUTING_PROTOCOL *This,
 EFI_STATUS EFIAPI ConfigToBlock(const EFI_HII_CONFIG_ROUTING_PROTOCOL *This,
                                 const CHAR16 *ConfigResp, UINT8 *Block, UINTN *BlockSize,
                                 EFI_STRING *Progress) {
-  HiiServices *Owner = OwnerOf(This);
+  HiiServices *Owner = HiiOwnerOf(This);
   if (Owner == nullptr || ConfigResp == nullptr || BlockSize == nullptr || Progress == nullptr) {
     return EFI_INVALID_PARAMETER;
   }
@@ -89,7 +89,7 @@ EFI_STATUS EFIAPI GetAltConfig(const EFI_HII_CONFIG_ROUTING_PROTOCOL *This,
                                const CHAR16 *ConfigResp, const EFI_GUID *Guid, const CHAR16 *Name,
                                const EFI_DEVICE_PATH_PROTOCOL *DevicePath, const UINT16 *AltCfgId,
                                EFI_STRING *AltCfgResp) {
-  HiiServices *Owner = OwnerOf(This);
+  HiiServices *Owner = HiiOwnerOf(This);
   if (Owner == nullptr || ConfigResp == nullptr || AltCfgResp == nullptr) {
     return EFI_INVALID_PARAMETER;
   }
@@ -103,7 +103,7 @@ EFI_STATUS EFIAPI GetAltConfig(const EFI_HII_CONFIG_ROUTING_PROTOCOL *This,
     NameHex = NameToHex(Name);
   }
   if (DevicePath != nullptr) {
-    size_t Size = DevicePathSize(DevicePath);
+    size_t Size = ConfigPathSize(DevicePath);
     if (Size == 0) {
       return EFI_INVALID_PARAMETER;
     }

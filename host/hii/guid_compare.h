@@ -7,7 +7,7 @@
 
 namespace morvane::host {
 
-inline bool SameGuid(const EFI_GUID &Left, const EFI_GUID &Right) {
+inline bool GuidsEqual(const EFI_GUID &Left, const EFI_GUID &Right) {
   return std::memcmp(&Left, &Right, sizeof(EFI_GUID)) == 0;
 }
 

@@ -110,8 +110,9 @@ EFI_STATUS HiiDatabase::ListPackageLists(UINT8 PackageType, const EFI_GUID *Pack
   for (const std::shared_ptr<PackageListRecord> &List : Lists) {
     bool Match = PackageType == EFI_HII_PACKAGE_TYPE_ALL;
     for (const PackagePointer &Package : List->Packages) {
-      Match = Match || (Package->Type == PackageType &&
-                        (PackageGuid == nullptr || SameGuid(Package->PackageGuid(), *PackageGuid)));
+      Match =
+          Match || (Package->Type == PackageType &&
+                    (PackageGuid == nullptr || GuidsEqual(Package->PackageGuid(), *PackageGuid)));
     }
     if (Match) {
       Found.push_back(List->Handle);

@@ -59,7 +59,7 @@ bool HiiDatabase::Matches(const Notification &Entry, const StoredPackage &Packag
     return true;
   }
   return Entry.PackageType == Package.Type &&
-         (!Entry.PackageGuid.has_value() || SameGuid(*Entry.PackageGuid, Package.PackageGuid()));
+         (!Entry.PackageGuid.has_value() || GuidsEqual(*Entry.PackageGuid, Package.PackageGuid()));
 }
 
 void HiiDatabase::Notify(EFI_HII_DATABASE_NOTIFY_TYPE Type, EFI_HII_HANDLE Handle,

@@ -9,7 +9,7 @@ namespace {
 HiiServices *Living = nullptr;
 
 template <typename Interface>
-void Fill(ProtocolRecord<Interface> &Record, const Interface &Table, HiiServices *Owner) {
+void Fill(HiiProtocolRecord<Interface> &Record, const Interface &Table, HiiServices *Owner) {
   Record.Protocol = Table;
   Record.Signature = HII_RECORD_SIGNATURE;
   Record.Owner = Owner;

@@ -22,7 +22,7 @@ class HiiServices;
 inline constexpr UINT32 HII_RECORD_SIGNATURE = 0x52494948; // "HIIR"
 
 template <typename Interface>
-struct ProtocolRecord {
+struct HiiProtocolRecord {
   Interface Protocol;
   UINT32 Signature;
   HiiServices *Owner;
@@ -30,11 +30,11 @@ struct ProtocolRecord {
 
 // The services behind This; null for a null or foreign interface.
 template <typename Interface>
-HiiServices *OwnerOf(const Interface *This) {
+HiiServices *HiiOwnerOf(const Interface *This) {
   if (This == nullptr) {
     return nullptr;
   }
-  const auto *Record = reinterpret_cast<const ProtocolRecord<Interface> *>(This);
+  const auto *Record = reinterpret_cast<const HiiProtocolRecord<Interface> *>(This);
   return Record->Signature == HII_RECORD_SIGNATURE ? Record->Owner : nullptr;
 }
 
@@ -78,12 +78,12 @@ private:
   HiiServicesOptions Settings;
   EFI_HANDLE ServicesHandle = nullptr;
   HiiDatabase State;
-  ProtocolRecord<EFI_HII_DATABASE_PROTOCOL> DatabaseRecord;
-  ProtocolRecord<EFI_HII_STRING_PROTOCOL> StringRecord;
-  ProtocolRecord<EFI_HII_CONFIG_ROUTING_PROTOCOL> RoutingRecord;
-  ProtocolRecord<EFI_UNICODE_COLLATION_PROTOCOL> CollationRecord;
-  ProtocolRecord<EFI_HII_IMAGE_PROTOCOL> ImageRecord;
-  ProtocolRecord<EFI_HII_FONT_PROTOCOL> FontRecord;
+  HiiProtocolRecord<EFI_HII_DATABASE_PROTOCOL> DatabaseRecord;
+  HiiProtocolRecord<EFI_HII_STRING_PROTOCOL> StringRecord;
+  HiiProtocolRecord<EFI_HII_CONFIG_ROUTING_PROTOCOL> RoutingRecord;
+  HiiProtocolRecord<EFI_UNICODE_COLLATION_PROTOCOL> CollationRecord;
+  HiiProtocolRecord<EFI_HII_IMAGE_PROTOCOL> ImageRecord;
+  HiiProtocolRecord<EFI_HII_FONT_PROTOCOL> FontRecord;
   std::vector<Installed> InstalledProtocols;
 };
 

@@ -21,7 +21,7 @@ EFI_STATUS HiiDatabase::FindKeyboardLayouts(UINT16 *KeyGuidBufferLength, EFI_GUI
       for (const KeyboardLayoutSpan &Layout : Layouts) {
         bool Seen = false;
         for (const EFI_GUID &Guid : Found) {
-          Seen = Seen || SameGuid(Guid, Layout.Guid);
+          Seen = Seen || GuidsEqual(Guid, Layout.Guid);
         }
         if (!Seen) {
           Found.push_back(Layout.Guid);
@@ -65,7 +65,7 @@ EFI_STATUS HiiDatabase::GetKeyboardLayout(const EFI_GUID *KeyGuid, UINT16 *Keybo
         continue;
       }
       for (const KeyboardLayoutSpan &Layout : Layouts) {
-        if (!SameGuid(Layout.Guid, *KeyGuid)) {
+        if (!GuidsEqual(Layout.Guid, *KeyGuid)) {
           continue;
         }
         if (*KeyboardLayoutLength < Layout.Length) {

@@ -6,7 +6,7 @@ namespace morvane::host {
 namespace {
 
 HiiDatabase *DatabaseOf(const EFI_HII_STRING_PROTOCOL *This) {
-  HiiServices *Owner = OwnerOf(This);
+  HiiServices *Owner = HiiOwnerOf(This);
   return Owner == nullptr ? nullptr : &Owner->Packages();
 }
 
