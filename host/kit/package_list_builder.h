@@ -37,6 +37,11 @@ private:
   std::vector<uint8_t> Packages;
 };
 
+// List bytes as NewPackageList and UpdatePackageList take them; Bytes must outlive the use.
+inline const EFI_HII_PACKAGE_LIST_HEADER *AsPackageList(const std::vector<uint8_t> &Bytes) {
+  return reinterpret_cast<const EFI_HII_PACKAGE_LIST_HEADER *>(Bytes.data());
+}
+
 // The 4-byte package header for a package of Length bytes (header included).
 std::vector<uint8_t> PackageHeaderBytes(UINT8 Type, uint32_t Length);
 
