@@ -6,12 +6,10 @@
 namespace morvane::host {
 
 namespace {
-constexpr UINT64 EVENT_SIGNATURE = 0x544E455645534F48ULL;
 constexpr UINT32 EVENT_TYPE_BITS = EVT_TIMER | EVT_RUNTIME | EVT_NOTIFY_WAIT | EVT_NOTIFY_SIGNAL;
 } // namespace
 
 struct EventService::EventRecord {
-  UINT64 Signature = EVENT_SIGNATURE;
   UINT32 Type = 0;
   EFI_TPL NotifyTpl = 0;
   EFI_EVENT_NOTIFY NotifyFunction = nullptr;
@@ -29,11 +27,7 @@ struct EventService::EventRecord {
 
 EventService::EventService() = default;
 
-EventService::~EventService() {
-  for (auto &Record : Records) {
-    Record->Signature = 0;
-  }
-}
+EventService::~EventService() = default;
 
 EventService::EventRecord *EventService::Find(EFI_EVENT Event) const {
   if (Event == nullptr) {
@@ -155,7 +149,6 @@ EFI_STATUS EventService::Close(EFI_EVENT Event) {
     auto &Level = Pending[Record->NotifyTpl];
     Level.erase(std::remove(Level.begin(), Level.end(), Record), Level.end());
   }
-  Record->Signature = 0;
   Records.erase(std::find_if(Records.begin(), Records.end(),
                              [Record](const auto &Owned) { return Owned.get() == Record; }));
   if (OnClose) {

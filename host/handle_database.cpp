@@ -8,7 +8,6 @@
 namespace morvane::host {
 
 namespace {
-constexpr UINT64 HANDLE_SIGNATURE = 0x454C444E41485348ULL;
 // No device path of this platform comes near this; it bounds a walk over a broken one.
 constexpr UINTN DEVICE_PATH_LIMIT = 0x10000;
 
@@ -118,7 +117,6 @@ void HandleDatabase::RemoveProtocol(HandleRecord *Handle, ProtocolRecord *Protoc
                   Queue.end());
     }
     Live.erase(Handle);
-    Handle->Signature = 0;
     Records.erase(std::find_if(Records.begin(), Records.end(),
                                [Handle](const auto &Owned) { return Owned.get() == Handle; }));
   }
@@ -140,7 +138,6 @@ EFI_STATUS HandleDatabase::Install(EFI_HANDLE *Handle, const EFI_GUID *Protocol,
     }
   } else {
     auto Created = std::make_unique<HandleRecord>();
-    Created->Signature = HANDLE_SIGNATURE;
     Record = Created.get();
     Records.push_back(std::move(Created));
     Live.insert(Record);

@@ -73,7 +73,6 @@ private:
     std::vector<OpenRecord> Opens;
   };
   struct HandleRecord {
-    UINT64 Signature;
     std::vector<std::unique_ptr<ProtocolRecord>> Protocols;
   };
   struct Fresh {
