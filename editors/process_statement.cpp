@@ -261,15 +261,19 @@ UINT8 HighlightFromLayout() {
   return Data[HighlightByteOffset];
 }
 
+UINT64 NumberLimit(const Statement *Question) {
+  if (Question->Maximum != 0) {
+    return Question->Maximum;
+  }
+  // Computed in 32 bits with the shift count taken modulo 32: 8-byte questions get 0x80000000.
+  return static_cast<UINT32>(1u << ((8u * Question->ValueBytes - 1u) & 31u));
+}
+
 EFI_STATUS FormatNumber(Statement *Question, CHAR16 *Buffer, UINTN BufferSize) {
   if (BufferSize < NUMBER_TEXT_SIZE) {
     return EFI_BUFFER_TOO_SMALL;
   }
-  UINT64 Limit = Question->Maximum;
-  if (Limit == 0) {
-    // Computed in 32 bits with the shift count taken modulo 32: 8-byte questions get 0x80000000.
-    Limit = static_cast<UINT32>(1u << ((8u * Question->ValueBytes - 1u) & 31u));
-  }
+  UINT64 Limit = NumberLimit(Question);
   UINT8 Display = Question->Flags & EFI_IFR_DISPLAY;
   if (Display == EFI_IFR_DISPLAY_INT_DEC) {
     // Signed numbers are never shown with a sign: the question counts as unsigned from now on.
@@ -336,12 +340,12 @@ EFI_STATUS ProcessStatement(UiSelection *Selection, MenuLine *Option, BOOLEAN Se
   }
   case EFI_IFR_PASSWORD_OP:
     if (Selected) {
-      return EditText(Selection, Option);
+      return EditPasswordQuestion(Selection, Option);
     }
     return MaskedText(Selection, Question, true, OutText);
   case EFI_IFR_STRING_OP:
     if (Selected) {
-      return EditText(Selection, Option);
+      return EditStringQuestion(Selection, Option);
     }
     return MaskedText(Selection, Question, false, OutText);
   case EFI_IFR_ACTION_OP: {

@@ -13,6 +13,8 @@ EFI_STATUS ProcessStatement(UiSelection *Selection, MenuLine *Option, BOOLEAN Se
 // for the display bits 0x30.
 EFI_STATUS FormatNumber(Statement *Question, CHAR16 *Buffer, UINTN BufferSize);
 #define NUMBER_TEXT_SIZE 42
+// The Maximum, or for a Maximum of 0 the limit that the field width is measured by.
+UINT64 NumberLimit(const Statement *Question);
 
 // The first option whose value compares equal, or null.
 QuestionOption *FindOptionByValue(Statement *Question, const HiiValue *Value);

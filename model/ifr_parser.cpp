@@ -94,6 +94,8 @@ void DropPendingDisable() {
 
 EFI_STATUS MakeExpression(UINT8 Kind, Expression **Out) {
   DropPendingDisable();
+  // A one-opcode disable-if that another expression replaced has nothing left to finish.
+  Parser.OneOpcodeExpression = false;
   Expression *Record = NewExpressionRecord();
   if (Record == nullptr) {
     return EFI_OUT_OF_RESOURCES;
@@ -473,6 +475,9 @@ EFI_STATUS ParseGuid(FormSet *Set, const Opcode &Op) {
 // model.
 EFI_STATUS FinishDisableExpression(FormSet *Set) {
   Expression *Condition = Parser.CurrentExpression;
+  if (Condition == nullptr || Condition->ExpressionType != EXPRESSION_DISABLE_IF) {
+    return EFI_SUCCESS;
+  }
   Parser.CurrentExpression = nullptr;
   EFI_STATUS Status = EvaluateExpression(Set, Parser.CurrentForm, Condition);
   if (!EFI_ERROR(Status) && Condition->Result.Type != EFI_IFR_TYPE_BOOLEAN) {

@@ -43,3 +43,8 @@ inline void WriteUnaligned32(VOID *Pointer, UINT32 Value) {
     Bytes[Index] = static_cast<UINT8>(Value >> (8 * Index));
   }
 }
+inline void WriteUnaligned64(VOID *Pointer, UINT64 Value) {
+  UINT8 *Bytes = static_cast<UINT8 *>(Pointer);
+  WriteUnaligned32(Bytes, static_cast<UINT32>(Value));
+  WriteUnaligned32(Bytes + 4, static_cast<UINT32>(Value >> 32));
+}

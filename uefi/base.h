@@ -128,7 +128,7 @@ typedef struct {
   BOOLEAN SetsToZero;
 } EFI_TIME_CAPABILITIES;
 
-typedef enum {
+typedef enum : UINT32 {
   EfiReservedMemoryType,
   EfiLoaderCode,
   EfiLoaderData,
