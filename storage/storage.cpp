@@ -80,9 +80,15 @@ EFI_STATUS AddRequestElement(FormSet *Owner, Statement *Question) {
   }
   CHAR16 Element[ElementBufferSize / sizeof(CHAR16)];
   if (Target->Kind == STORAGE_KIND_BUFFER) {
-    FormatText(Element, ElementBufferSize, u"&OFFSET=%x&WIDTH=%x", Question->VarStoreInfo,
-               Question->ValueBytes);
-    StrToLower(Element);
+    // The print engine's hexadecimal digits are upper case; the request's are lower case, and
+    // only the digits are.
+    CHAR16 Offset[20];
+    CHAR16 Width[20];
+    FormatText(Offset, sizeof(Offset), u"%x", Question->VarStoreInfo);
+    FormatText(Width, sizeof(Width), u"%x", Question->ValueBytes);
+    StrToLower(Offset);
+    StrToLower(Width);
+    FormatText(Element, ElementBufferSize, u"&OFFSET=%s&WIDTH=%s", Offset, Width);
   } else {
     FormatText(Element, ElementBufferSize, u"&%s", Question->ItemName);
   }

@@ -69,6 +69,16 @@ public:
     return true;
   }
 
+  // Any characters up to the next '&' or the end, none at all included.
+  void Field(std::u16string_view *Out) {
+    size_t End = Text.find(u'&', Position);
+    if (End == std::u16string_view::npos) {
+      End = Text.size();
+    }
+    *Out = Text.substr(Position, End - Position);
+    Position = End;
+  }
+
   // A hex number that fits 64 bits.
   bool Number(uint64_t *Value) {
     std::u16string_view Found;
@@ -105,8 +115,13 @@ bool ParseConfigHeader(std::u16string_view Text, size_t Start, ConfigHeader *Hea
   ConfigHeader Result;
   Result.Start = Start;
   if (!Reader.Expect(GUID_FIELD) || !Reader.Digits(&Result.Guid) ||
-      Result.Guid.size() != GUID_DIGITS || !Reader.Expect(NAME_FIELD) ||
-      !Reader.Digits(&Result.Name) || Result.Name.size() % 4 != 0 || !Reader.Expect(PATH_FIELD) ||
+      Result.Guid.size() != GUID_DIGITS || !Reader.Expect(NAME_FIELD)) {
+    return false;
+  }
+  // The name is hexadecimal UCS-2 in the published form; browsers also send it as plain text,
+  // and a name-value storage sends none. Either is taken as written.
+  Reader.Field(&Result.Name);
+  if (!Reader.Expect(PATH_FIELD) ||
       !Reader.Digits(&Result.Path) || Result.Path.size() % 2 != 0) {
     return false;
   }

@@ -26,7 +26,6 @@ TEST(ConfigStringTest, HeaderFields) {
            u"",
            u"GUID=0011&NAME=0053&PATH=7fff0400",
            u"GUID=00112233445566778899aabbccddeeff&PATH=7fff0400",
-           u"GUID=00112233445566778899aabbccddeeff&NAME=005&PATH=7fff0400",
            u"GUID=00112233445566778899aabbccddeeff&NAME=0053&PATH=7fff040",
            u"GUID=00112233445566778899aabbccddeefg&NAME=0053&PATH=7fff0400",
            u"GUID=00112233445566778899aabbccddeeff&NAME=0053&PATH=",
@@ -34,6 +33,13 @@ TEST(ConfigStringTest, HeaderFields) {
        }) {
     EXPECT_FALSE(ParseConfigHeader(Bad, 0, &Header)) << std::string(Bad, Bad + 20);
   }
+  // The name as plain text, as browsers send it, and no name at all, as for name-value storage.
+  ASSERT_TRUE(ParseConfigHeader(u"GUID=00112233445566778899aabbccddeeff&NAME=Setup&PATH=7fff0400",
+                                0, &Header));
+  EXPECT_EQ(Header.Name, u"Setup");
+  ASSERT_TRUE(
+      ParseConfigHeader(u"GUID=00112233445566778899aabbccddeeff&NAME=&PATH=7fff0400", 0, &Header));
+  EXPECT_EQ(Header.Name, u"");
 }
 
 TEST(ConfigStringTest, BlockToConfigWritesValuesLastByteFirst) {
