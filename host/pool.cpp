@@ -1,5 +1,6 @@
 #include "host/pool.h"
 
+#include <algorithm>
 #include <cstdlib>
 
 namespace morvane::host {
@@ -12,7 +13,7 @@ PoolAllocator::~PoolAllocator() {
 
 UINTN PoolAllocator::SizeOf(const VOID *Buffer) const {
   auto Found = Blocks.find(Buffer);
-  return Found == Blocks.end() ? 0 : Found->second;
+  return Found == Blocks.end() ? 0 : Found->second.Size;
 }
 
 bool PoolAllocator::ShouldFail() {
@@ -46,9 +47,9 @@ EFI_STATUS PoolAllocator::Allocate(EFI_MEMORY_TYPE PoolType, UINTN Size, VOID **
   if (Block == nullptr) {
     return EFI_OUT_OF_RESOURCES;
   }
-  Blocks.emplace(Block, Size);
-  OutstandingBytes += Size;
   AllocationCount++;
+  Blocks.emplace(Block, PoolAllocator::Block{Size, AllocationCount});
+  OutstandingBytes += Size;
   *Buffer = Block;
   return EFI_SUCCESS;
 }
@@ -59,10 +60,22 @@ EFI_STATUS PoolAllocator::Free(VOID *Buffer) {
     BadFreeCount++;
     return EFI_INVALID_PARAMETER;
   }
-  OutstandingBytes -= Found->second;
+  OutstandingBytes -= Found->second.Size;
   Blocks.erase(Found);
   std::free(Buffer);
   return EFI_SUCCESS;
+}
+
+std::vector<PoolAllocator::BlockInfo> PoolAllocator::OutstandingSince(UINTN FromSerial) const {
+  std::vector<BlockInfo> Found;
+  for (const auto &Entry : Blocks) {
+    if (Entry.second.Serial >= FromSerial) {
+      Found.push_back({Entry.second.Size, Entry.second.Serial});
+    }
+  }
+  std::sort(Found.begin(), Found.end(),
+            [](const BlockInfo &Left, const BlockInfo &Right) { return Left.Serial < Right.Serial; });
+  return Found;
 }
 
 void PoolAllocator::FailAllocation(UINTN Nth) {

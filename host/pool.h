@@ -3,6 +3,7 @@
 #pragma once
 
 #include <unordered_map>
+#include <vector>
 
 #include "uefi/base.h"
 
@@ -29,6 +30,14 @@ public:
   UINTN SizeOf(const VOID *Buffer) const;
 
   PoolSnapshot Snapshot() const { return {Blocks.size(), OutstandingBytes}; }
+  // One outstanding block: its size and the number of the allocation that made it.
+  struct BlockInfo {
+    UINTN Size;
+    UINTN Serial;
+  };
+  // The outstanding blocks made by allocation number FromSerial or later, oldest first; what a
+  // test names when something was not given back.
+  std::vector<BlockInfo> OutstandingSince(UINTN FromSerial) const;
   UINTN BadFrees() const { return BadFreeCount; }
   UINTN Allocations() const { return AllocationCount; }
 
@@ -41,7 +50,11 @@ public:
 private:
   bool ShouldFail();
 
-  std::unordered_map<const VOID *, UINTN> Blocks;
+  struct Block {
+    UINTN Size;
+    UINTN Serial;
+  };
+  std::unordered_map<const VOID *, Block> Blocks;
   UINTN OutstandingBytes = 0;
   UINTN BadFreeCount = 0;
   UINTN AllocationCount = 0;

@@ -1,0 +1,171 @@
+#include "tests/browser/browser_fixture.h"
+
+#include <cstdlib>
+#include <fstream>
+#include <sstream>
+
+#include "host/key_script.h"
+#include "host/key_script_runner.h"
+
+#ifndef MORVANE_SOURCE_DIR
+#error "MORVANE_SOURCE_DIR names the source tree, where the expected screens live"
+#endif
+
+namespace morvane::test {
+
+void BrowserTest::SetUp() {
+  Restart(tools::SessionOptions());
+}
+
+void BrowserTest::TearDown() {
+  Current.reset();
+  Published.clear();
+  Session.reset();
+}
+
+void BrowserTest::Restart(const tools::SessionOptions &Options) {
+  Current.reset();
+  Published.clear();
+  Session.reset();
+  Session = std::make_unique<tools::BrowserSession>(Options);
+}
+
+PublishedFormSet &BrowserTest::Publish(const kit::IfrWriter &Forms, const kit::Strings &Strings,
+                                       const EFI_GUID &ListGuid) {
+  auto Entry = std::make_unique<PublishedFormSet>();
+  Entry->Driver =
+      std::make_unique<host::ConfigDriver>(Boot(), Session->Hii().ConfigRouting());
+  std::vector<UINT8> Bytes =
+      kit::PackageListBuilder(ListGuid).AddForms(Forms).AddStrings(Strings).Bytes();
+  EFI_STATUS Status = EFI_SUCCESS;
+  Entry->Handle = Session->AddPackageList(Bytes, Entry->Driver->Handle(), &Status);
+  EXPECT_EQ(Status, EFI_SUCCESS) << "the HII database refused the test's package list";
+  Published.push_back(std::move(Entry));
+  return *Published.back();
+}
+
+PublishedFormSet &BrowserTest::PublishTab(const kit::IfrWriter &Forms, const kit::Strings &Strings,
+                                          const EFI_GUID &ListGuid, const EFI_GUID &Page,
+                                          EFI_STRING_ID Title, EFI_STRING_ID Help) {
+  PublishedFormSet &Entry = Publish(Forms, Strings, ListGuid);
+  Entry.Page = std::make_unique<host::PageProvider>(Boot(), Page, Title, Help, Entry.Handle);
+  return Entry;
+}
+
+host::DriverRun &BrowserTest::Send(const tools::SendFormRequest &Request) {
+  Current.reset();
+  Baseline = Host().Pool().Snapshot();
+  BaselineSerial = Host().Pool().Allocations() + 1;
+  Current = Session->StartSendForm(Request);
+  Current->Resume();
+  return *Current;
+}
+
+host::DriverRun &BrowserTest::Send(std::vector<EFI_HII_HANDLE> Handles) {
+  tools::SendFormRequest Request;
+  Request.Handles = std::move(Handles);
+  return Send(Request);
+}
+
+host::DriverRun::State BrowserTest::Type(const std::string &Script) {
+  host::KeyScript Parsed;
+  host::KeyScriptError Error;
+  if (!host::ParseKeyScript(Script, &Parsed, &Error)) {
+    ADD_FAILURE() << "key script: " << Error.Describe();
+    return Current->CurrentState();
+  }
+  // The run is already at its first wait; RunKeyScript resumes a waiting run harmlessly.
+  host::KeyScriptOutcome Outcome = host::RunKeyScript(*Current, Parsed, nullptr);
+  return Outcome.State;
+}
+
+bool BrowserTest::Waiting() const {
+  return Current != nullptr && Current->CurrentState() == host::DriverRun::State::Waiting;
+}
+
+bool BrowserTest::Finished() const {
+  return Current != nullptr && Current->Finished();
+}
+
+std::vector<std::string> BrowserTest::ScreenRows() {
+  return Host().Screen().TextRows();
+}
+
+std::vector<std::string> BrowserTest::AttributeRows() {
+  return Host().Screen().AttributeRows();
+}
+
+std::string BrowserTest::Row(unsigned Index) {
+  std::vector<std::string> Rows = ScreenRows();
+  return Index < Rows.size() ? Rows[Index] : std::string();
+}
+
+std::string BrowserTest::ScreenText() {
+  std::string Out;
+  for (const std::string &Line : ScreenRows()) {
+    Out += Line + "\n";
+  }
+  return Out;
+}
+
+std::string ScreenFileText(const std::vector<std::string> &Text,
+                           const std::vector<std::string> &Attributes) {
+  std::string Out = "--- text\n";
+  for (const std::string &Line : Text) {
+    Out += Line + "|\n";
+  }
+  Out += "--- attributes\n";
+  for (const std::string &Line : Attributes) {
+    Out += Line + "\n";
+  }
+  return Out;
+}
+
+void BrowserTest::ExpectScreen(const std::string &Name) {
+  std::string Path = std::string(MORVANE_SOURCE_DIR) + "/tests/browser/screens/" + Name + ".txt";
+  std::string Actual = ScreenFileText(ScreenRows(), AttributeRows());
+  const char *Update = std::getenv("MORVANE_UPDATE_SCREENS");
+  if (Update != nullptr && std::string(Update) == "1") {
+    std::ofstream(Path, std::ios::binary) << Actual;
+    return;
+  }
+  std::ifstream File(Path, std::ios::binary);
+  if (!File) {
+    ADD_FAILURE() << "no expected screen " << Path
+                  << " (run with MORVANE_UPDATE_SCREENS=1 to write it, then review it)\n"
+                  << Actual;
+    return;
+  }
+  std::stringstream Expected;
+  Expected << File.rdbuf();
+  EXPECT_EQ(Expected.str(), Actual) << "screen " << Name << " differs from " << Path;
+}
+
+std::string BrowserTest::OutstandingSinceSend() {
+  std::string Out;
+  for (const host::PoolAllocator::BlockInfo &Block :
+       Host().Pool().OutstandingSince(BaselineSerial)) {
+    Out += std::to_string(Block.Size) + " (#" + std::to_string(Block.Serial) + ") ";
+  }
+  return Out;
+}
+
+void BrowserTest::ExpectNothingLeftSinceSend() {
+  constexpr UINTN LayoutRecordBytes = 408;
+  constexpr UINTN StackGrowthBytes = 256 * 9;
+  std::string Unexpected;
+  for (const host::PoolAllocator::BlockInfo &Block :
+       Host().Pool().OutstandingSince(BaselineSerial)) {
+    if (Block.Size != LayoutRecordBytes && Block.Size % StackGrowthBytes != 0) {
+      Unexpected += std::to_string(Block.Size) + " (#" + std::to_string(Block.Serial) + ") ";
+    }
+  }
+  EXPECT_EQ(Unexpected, "") << "blocks not given back: sizes and allocation numbers";
+  EXPECT_EQ(Host().Pool().BadFrees(), 0u);
+}
+
+EFI_GUID TestGuid(UINT8 Last) {
+  return {0x5a1c0e77, 0x2b4d, 0x4c61, {0x8e, 0x03, 0x71, 0x92, 0x4a, 0x6d, 0xb0, Last}};
+}
+
+} // namespace morvane::test

@@ -1,0 +1,94 @@
+// The fixture of every test that runs the driver: a fresh hosted platform with the HII services
+// and the standard layouts, the driver freshly entered, form sets written with the authoring
+// kit and published on drivers of their own, SendForm run on a coroutine and typed into with
+// key scripts, and screens compared with expected screens kept under tests/.
+#pragma once
+
+#include <gtest/gtest.h>
+
+#include <memory>
+#include <string>
+#include <vector>
+
+#include "host/components/config_driver.h"
+#include "host/components/pages.h"
+#include "host/kit/kit.h"
+#include "host/pool.h"
+#include "tools/session/browser_session.h"
+
+namespace morvane::test {
+
+// A form set published for a test: its driver, HII handle and page provider (when it is a tab).
+struct PublishedFormSet {
+  std::unique_ptr<host::ConfigDriver> Driver;
+  EFI_HII_HANDLE Handle = nullptr;
+  std::unique_ptr<host::PageProvider> Page;
+};
+
+class BrowserTest : public ::testing::Test {
+protected:
+  // Starts with the default options; a test that needs others calls Restart first.
+  void SetUp() override;
+  void TearDown() override;
+  // A new platform and a newly entered driver with these options; what was published is gone.
+  void Restart(const tools::SessionOptions &Options);
+
+  host::Platform &Host() { return Session->Platform(); }
+  EFI_BOOT_SERVICES *Boot() { return Host().BootServices(); }
+  EFI_FORM_BROWSER2_PROTOCOL *FormBrowser() { return Session->FormBrowser(); }
+
+  // Registers the forms and strings on a new config driver's handle. With a page GUID the
+  // form set also becomes a tab through a page provider under that GUID (title and help are
+  // the form set's string ids given).
+  PublishedFormSet &Publish(const kit::IfrWriter &Forms, const kit::Strings &Strings,
+                            const EFI_GUID &ListGuid);
+  PublishedFormSet &PublishTab(const kit::IfrWriter &Forms, const kit::Strings &Strings,
+                               const EFI_GUID &ListGuid, const EFI_GUID &Page,
+                               EFI_STRING_ID Title, EFI_STRING_ID Help);
+
+  // SendForm on a coroutine, run to its first key wait (or to its end).
+  host::DriverRun &Send(const tools::SendFormRequest &Request);
+  host::DriverRun &Send(std::vector<EFI_HII_HANDLE> Handles);
+  host::DriverRun &Run() { return *Current; }
+  // Types a key script (see host/key_script.h) into the current run; fails the test on a
+  // script that does not parse. Returns the run's state afterwards.
+  host::DriverRun::State Type(const std::string &Script);
+  bool Waiting() const;
+  bool Finished() const;
+
+  // The screen as UTF-8 rows, and as rows of attribute pairs.
+  std::vector<std::string> ScreenRows();
+  std::vector<std::string> AttributeRows();
+  std::string Row(unsigned Index);
+  // The text row and attribute row of one screen line, for a quick look in a failure message.
+  std::string ScreenText();
+
+  // Compares the screen (text, then attributes) with tests/browser/screens/<Name>.txt. With the
+  // environment variable MORVANE_UPDATE_SCREENS=1 the file is written instead.
+  void ExpectScreen(const std::string &Name);
+
+  // The blocks allocated since Send that are still outstanding, as "size (#serial)" words.
+  std::string OutstandingSinceSend();
+
+  // Fails the test unless every block allocated since Send has been given back, but for those
+  // that live as long as the driver: the default layout record installed by the first SendForm
+  // (408 bytes), and the parser's scope stack and the evaluator's stack (256 entries of 9 bytes,
+  // and 256 more at each growth).
+  void ExpectNothingLeftSinceSend();
+
+  // Allocation counts when Send began, for "SendForm gave back all it took".
+  host::PoolSnapshot Baseline;
+  UINTN BaselineSerial = 0;
+  std::unique_ptr<tools::BrowserSession> Session;
+  std::vector<std::unique_ptr<PublishedFormSet>> Published;
+  std::unique_ptr<host::DriverRun> Current;
+};
+
+// The expected-screen file format, exposed for the morvane program's tests.
+std::string ScreenFileText(const std::vector<std::string> &Text,
+                           const std::vector<std::string> &Attributes);
+
+// A GUID that differs from the base in its last byte; handy for many form sets in one test.
+EFI_GUID TestGuid(UINT8 Last);
+
+} // namespace morvane::test
