@@ -1,41 +1,370 @@
-// SendForm as the outside world calls it: argument and screen checks, tabs, nesting, and what
-// is left allocated afterwards.
+// The driver's entry and SendForm as the outside world calls them: argument and screen checks,
+// tabs from page providers, nesting from a Callback, the built-in strings, and what is left
+// allocated afterwards.
+#include <cstring>
+
+#include "core/browser_context.h"
+#include "core/external_protocols.h"
+#include "core/hii_strings.h"
+#include "data/builtin_strings.h"
 #include "tests/browser/browser_fixture.h"
+#include "tests/common/text.h"
 
 namespace morvane::test {
 namespace {
 
+using host::DriverRun;
 using kit::IfrWriter;
 using kit::QuestionHeader;
 using kit::Strings;
 
 class SendFormTest : public BrowserTest {
 protected:
-  // One form set with one form and a text line.
-  PublishedFormSet &SimpleFormSet(UINT8 Id, const char16_t *Title) {
+  // One form set with one form: a text line, and a checkbox whose Callback the test may
+  // script.
+  PublishedFormSet &SimpleFormSet(UINT8 Id, const char16_t *Title, bool Tab = false,
+                                  const EFI_GUID &Page = gDefaultPageGuids[0]) {
     Strings S;
     EFI_STRING_ID TitleId = S.Add(Title);
     EFI_STRING_ID Help = S.Add(u"Help of the form set");
     IfrWriter W;
     W.FormSet(TestGuid(Id), TitleId, Help, {}, true);
+    W.VarStore(TestGuid(Id), 1, 4, "Data");
     W.Form(1, TitleId, true);
     W.Text(S.Add(u"A line of text"), S.Add(u"Its help"));
+    W.Checkbox({S.Add(u"Switch"), S.Add(u"Turns it on"), 0x100, 1, 0, EFI_IFR_FLAG_CALLBACK});
     W.End().End();
-    return Publish(W, S, TestGuid(Id));
+    PublishedFormSet &Set = Tab ? PublishTab(W, S, TestGuid(Id), Page, TitleId, Help)
+                                : Publish(W, S, TestGuid(Id));
+    Set.Driver->AddBufferStorage(TestGuid(Id), u"Data", std::vector<uint8_t>(4, 0));
+    return Set;
+  }
+
+  EFI_STATUS SendWithScreen(EFI_HII_HANDLE Handle, EFI_SCREEN_DESCRIPTOR Screen) {
+    tools::SendFormRequest Request;
+    Request.Handles = {Handle};
+    Request.Screen = Screen;
+    Send(Request);
+    return Finished() ? Run().Status() : EFI_SUCCESS;
+  }
+
+  // Leaves through F10 and the confirmation.
+  void SaveAndLeave() {
+    Type("F10 Enter");
+    ASSERT_TRUE(Finished()) << ScreenText();
   }
 };
 
-TEST_F(SendFormTest, ShowsTheFormAndLeavesNothingAllocated) {
+TEST_F(SendFormTest, ShowsTheFormAndGivesBackWhatItTook) {
   PublishedFormSet &Set = SimpleFormSet(1, u"Simple");
   Send({Set.Handle});
   ASSERT_TRUE(Waiting()) << ScreenText();
+  EXPECT_EQ(Row(0).find("Morvane Setup"), 33u) << ScreenText();
   EXPECT_NE(ScreenText().find("A line of text"), std::string::npos) << ScreenText();
   Type("F10");
   EXPECT_NE(ScreenText().find("Save configuration changes and exit now?"), std::string::npos)
       << ScreenText();
-  EXPECT_EQ(Type("Enter"), host::DriverRun::State::Finished) << ScreenText();
+  SaveAndLeave();
   EXPECT_EQ(Run().Status(), EFI_SUCCESS);
+  // A save asks for a reset.
+  EXPECT_EQ(Session->LastActionRequest(), EFI_BROWSER_ACTION_REQUEST_RESET);
   ExpectNothingLeftSinceSend();
+  EXPECT_EQ(Browser->SendFormDepth, 0u);
+  EXPECT_TRUE(ListIsEmpty(&Browser->MenuBarList));
+  EXPECT_TRUE(ListIsEmpty(&Browser->FormSetList));
+}
+
+TEST_F(SendFormTest, RefusesMissingArguments) {
+  PublishedFormSet &Set = SimpleFormSet(1, u"Simple");
+  EFI_HII_HANDLE Handle = Set.Handle;
+  EFI_FORM_BROWSER2_PROTOCOL *Browser2 = FormBrowser();
+  EXPECT_EQ(Browser2->SendForm(nullptr, &Handle, 1, nullptr, 0, nullptr, nullptr),
+            EFI_INVALID_PARAMETER);
+  EXPECT_EQ(Browser2->SendForm(Browser2, nullptr, 1, nullptr, 0, nullptr, nullptr),
+            EFI_INVALID_PARAMETER);
+  EXPECT_EQ(Browser2->SendForm(Browser2, &Handle, 0, nullptr, 0, nullptr, nullptr),
+            EFI_INVALID_PARAMETER);
+  EXPECT_EQ(Host().Screen().Counters().OutputString, 0u) << "nothing is painted";
+}
+
+TEST_F(SendFormTest, ScreenDescriptorRules) {
+  struct Case {
+    EFI_SCREEN_DESCRIPTOR Screen;
+    EFI_STATUS Expected;
+  };
+  // The console is 80 x 25; width and height count right - left + 1.
+  const Case Cases[] = {
+      {{0, 81, 0, 25}, EFI_INVALID_PARAMETER},  // wider than the console
+      {{0, 80, 0, 26}, EFI_INVALID_PARAMETER},  // taller than the console
+      {{40, 40, 0, 25}, EFI_INVALID_PARAMETER}, // right not above left
+      {{0, 80, 20, 10}, EFI_INVALID_PARAMETER}, // bottom above top
+      {{0, 74, 0, 25}, EFI_UNSUPPORTED},        // 75 columns
+      {{0, 80, 0, 8}, EFI_UNSUPPORTED},         // 9 rows
+      {{4, 78, 0, 25}, EFI_UNSUPPORTED},        // 75 columns, away from the edge
+  };
+  PublishedFormSet &Set = SimpleFormSet(1, u"Simple");
+  for (const Case &Each : Cases) {
+    EXPECT_EQ(SendWithScreen(Set.Handle, Each.Screen), Each.Expected)
+        << Each.Screen.LeftColumn << "-" << Each.Screen.RightColumn << " x "
+        << Each.Screen.TopRow << "-" << Each.Screen.BottomRow;
+    EXPECT_EQ(Browser->SendFormDepth, 0u);
+  }
+  // Exactly 76 by 10 is enough.
+  EXPECT_EQ(SendWithScreen(Set.Handle, {2, 77, 5, 14}), EFI_SUCCESS);
+  ASSERT_TRUE(Waiting());
+  EXPECT_EQ(Browser->ScreenDimensions.Left, 2u);
+  EXPECT_EQ(Browser->ScreenDimensions.Right, 76u);
+  EXPECT_EQ(Browser->ScreenDimensions.Top, 5u);
+  EXPECT_EQ(Browser->ScreenDimensions.Bottom, 13u);
+}
+
+TEST_F(SendFormTest, ActionRequestMayBeNull) {
+  PublishedFormSet &Set = SimpleFormSet(1, u"Simple");
+  EFI_HII_HANDLE Handle = Set.Handle;
+  EFI_FORM_BROWSER2_PROTOCOL *Browser2 = FormBrowser();
+  Current = std::make_unique<DriverRun>(Host(), [&] {
+    return Browser2->SendForm(Browser2, &Handle, 1, nullptr, 0, nullptr, nullptr);
+  });
+  Current->Resume();
+  ASSERT_TRUE(Waiting());
+  SaveAndLeave();
+  EXPECT_EQ(Run().Status(), EFI_SUCCESS);
+}
+
+TEST_F(SendFormTest, DrainsTheKeyboardFirst) {
+  PublishedFormSet &Set = SimpleFormSet(1, u"Simple");
+  // Keys typed before the call would otherwise leave at once.
+  Host().Keyboard().PushKey(SCAN_F10, 0);
+  Host().Keyboard().PushKey(SCAN_NULL, CHAR_CARRIAGE_RETURN);
+  Send({Set.Handle});
+  EXPECT_TRUE(Waiting());
+  EXPECT_EQ(Host().Keyboard().Pending(), 0u);
+}
+
+TEST_F(SendFormTest, TabsFollowThePageListWhateverTheHandleOrder) {
+  PublishedFormSet &Third = SimpleFormSet(3, u"Gamma", true, gDefaultPageGuids[4]);
+  PublishedFormSet &First = SimpleFormSet(1, u"Alpha", true, gDefaultPageGuids[0]);
+  PublishedFormSet &Second = SimpleFormSet(2, u"Beta", true, gDefaultPageGuids[2]);
+  PublishedFormSet &Untabbed = SimpleFormSet(4, u"Delta");
+  Send({Untabbed.Handle, Third.Handle, Second.Handle, First.Handle});
+  ASSERT_TRUE(Waiting());
+  std::string Bar = Row(1);
+  size_t Alpha = Bar.find("Alpha");
+  size_t Beta = Bar.find("Beta");
+  size_t Gamma = Bar.find("Gamma");
+  ASSERT_NE(Alpha, std::string::npos) << Bar;
+  EXPECT_LT(Alpha, Beta) << Bar;
+  EXPECT_LT(Beta, Gamma) << Bar;
+  EXPECT_EQ(Bar.find("Delta"), std::string::npos) << "a handle no provider names gets no tab";
+  EXPECT_EQ(Browser->MenuBarCount, 3u);
+  // With tabs and no GUID, the first form set shown is the first tab's, not Handles[0]'s.
+  EXPECT_EQ(Browser->Selection->Handle, First.Handle);
+}
+
+TEST_F(SendFormTest, APageListReplacesTheDefaultOrder) {
+  PublishedFormSet &A = SimpleFormSet(1, u"Alpha", true, TestGuid(0xA1));
+  PublishedFormSet &B = SimpleFormSet(2, u"Beta", true, TestGuid(0xB2));
+  host::PageList Pages(Boot(), {TestGuid(0xB2), TestGuid(0xA1)});
+  Send({A.Handle, B.Handle});
+  ASSERT_TRUE(Waiting());
+  EXPECT_LT(Row(1).find("Beta"), Row(1).find("Alpha")) << Row(1);
+  SaveAndLeave();
+}
+
+TEST_F(SendFormTest, WithoutTabsTheFirstHandleOrTheGuidIsShown) {
+  PublishedFormSet &A = SimpleFormSet(1, u"Alpha");
+  PublishedFormSet &B = SimpleFormSet(2, u"Beta");
+  Send({B.Handle, A.Handle});
+  ASSERT_TRUE(Waiting());
+  EXPECT_EQ(Browser->Selection->Handle, B.Handle);
+  EXPECT_TRUE(ListIsEmpty(&Browser->MenuBarList));
+  SaveAndLeave();
+
+  tools::SendFormRequest Request;
+  Request.Handles = {A.Handle};
+  Request.FormSetGuid = TestGuid(1);
+  Send(Request);
+  ASSERT_TRUE(Waiting());
+  EXPECT_EQ(Browser->Selection->Handle, A.Handle);
+  SaveAndLeave();
+
+  // Every handle is loaded with the GUID given: one that does not hold it fails the call,
+  // silently, since its form set has no title to name.
+  Request.Handles = {B.Handle, A.Handle};
+  Send(Request);
+  ASSERT_TRUE(Finished()) << ScreenText();
+  EXPECT_EQ(Run().Status(), EFI_NOT_FOUND);
+  ExpectNothingLeftSinceSend();
+}
+
+TEST_F(SendFormTest, NestedCallFromACallbackRunsOnTheSameScreen) {
+  PublishedFormSet &Outer = SimpleFormSet(1, u"Outer");
+  PublishedFormSet &Inner = SimpleFormSet(2, u"Inner");
+  UINT32 DepthInside = 0;
+  UINTN StackedInside = 0;
+  EFI_STATUS InnerStatus = EFI_NOT_STARTED;
+  Outer.Driver->OnCallback = [&](EFI_BROWSER_ACTION Action, EFI_QUESTION_ID Question, UINT8,
+                                 EFI_IFR_TYPE_VALUE *, EFI_BROWSER_ACTION_REQUEST *) {
+    if (Action != EFI_BROWSER_ACTION_CHANGING || Question != 0x100) {
+      return EFI_UNSUPPORTED;
+    }
+    EFI_HII_HANDLE Handle = Inner.Handle;
+    EFI_BROWSER_ACTION_REQUEST Request = 0;
+    InnerStatus = FormBrowser()->SendForm(FormBrowser(), &Handle, 1, nullptr, 0, nullptr, &Request);
+    return EFI_SUCCESS;
+  };
+  Inner.Driver->OnCallback = [&](EFI_BROWSER_ACTION Action, EFI_QUESTION_ID Question, UINT8,
+                                 EFI_IFR_TYPE_VALUE *, EFI_BROWSER_ACTION_REQUEST *Request) {
+    // Only a Changed Callback's request is acted on.
+    if (Action == EFI_BROWSER_ACTION_CHANGED && Question == 0x100) {
+      DepthInside = Browser->SendFormDepth;
+      UINTN Count = 0;
+      LIST_FOR_EACH(Link, &Browser->SelectionStack) { Count++; }
+      StackedInside = Count;
+      *Request = EFI_BROWSER_ACTION_REQUEST_EXIT;
+    }
+    // A Changing that fails would undo the change.
+    return EFI_SUCCESS;
+  };
+  Send({Outer.Handle});
+  ASSERT_TRUE(Waiting());
+  std::string OuterScreen = ScreenText();
+  Type("Down Enter");
+  ASSERT_TRUE(Waiting());
+  EXPECT_NE(ScreenText().find("Inner"), std::string::npos) << ScreenText();
+  EXPECT_EQ(Browser->SendFormDepth, 2u);
+  Type("Down Enter");
+  EXPECT_EQ(DepthInside, 2u);
+  EXPECT_EQ(StackedInside, 1u) << "the outer selection is pushed";
+  ASSERT_TRUE(Waiting()) << ScreenText();
+  EXPECT_EQ(InnerStatus, EFI_SUCCESS);
+  EXPECT_EQ(Browser->SendFormDepth, 1u);
+  // Back on the outer top form, which shows no form title.
+  EXPECT_EQ(ScreenText().find("Inner"), std::string::npos) << ScreenText();
+  EXPECT_EQ(Row(4).substr(0, 20), OuterScreen.substr(OuterScreen.find("│   A line"), 20));
+  SaveAndLeave();
+  ExpectNothingLeftSinceSend();
+}
+
+TEST_F(SendFormTest, RefusedFromARetrieveCallback) {
+  PublishedFormSet &Set = SimpleFormSet(1, u"Simple");
+  PublishedFormSet &Other = SimpleFormSet(2, u"Other");
+  EFI_STATUS Nested = EFI_NOT_STARTED;
+  Set.Driver->OnCallback = [&](EFI_BROWSER_ACTION Action, EFI_QUESTION_ID, UINT8,
+                               EFI_IFR_TYPE_VALUE *, EFI_BROWSER_ACTION_REQUEST *) {
+    if (Action == EFI_BROWSER_ACTION_RETRIEVE && Nested == EFI_NOT_STARTED) {
+      EFI_HII_HANDLE Handle = Other.Handle;
+      Nested = FormBrowser()->SendForm(FormBrowser(), &Handle, 1, nullptr, 0, nullptr, nullptr);
+    }
+    return EFI_SUCCESS;
+  };
+  Send({Set.Handle});
+  ASSERT_TRUE(Waiting());
+  EXPECT_NE(ScreenText().find("Can't call SendForm () in Retrieve Callback."), std::string::npos)
+      << ScreenText();
+  EXPECT_NE(ScreenText().find("Error"), std::string::npos) << ScreenText();
+  // Only Enter ends the notice.
+  Type("Esc Space");
+  EXPECT_NE(ScreenText().find("Can't call SendForm"), std::string::npos) << ScreenText();
+  Type("Enter");
+  EXPECT_EQ(Nested, EFI_UNSUPPORTED);
+  ASSERT_TRUE(Waiting());
+  EXPECT_NE(ScreenText().find("A line of text"), std::string::npos) << ScreenText();
+  SaveAndLeave();
+}
+
+TEST_F(SendFormTest, ExtendedInputInstalledAfterTheEntryIsUsed) {
+  // Alt-H reaches the browser only through the extended input protocol, which the session
+  // installs after the entry: the driver finds it through its notification.
+  PublishedFormSet &Set = SimpleFormSet(1, u"Simple");
+  Send({Set.Handle});
+  Type("Alt-h");
+  EXPECT_NE(ScreenText().find("General Help"), std::string::npos) << ScreenText();
+}
+
+TEST_F(SendFormTest, ARefreshRequestBeforeTheFirstCallChangesNothing) {
+  PublishedFormSet &Set = SimpleFormSet(1, u"Simple");
+  Send({Set.Handle});
+  std::string Plain = ScreenText();
+  SaveAndLeave();
+  // Installing the refresh protocol notifies the driver, which marks a refresh pending.
+  EFI_HANDLE Handle = nullptr;
+  static int Interface = 0;
+  EFI_GUID Guid = gRefreshNotifyProtocolGuid;
+  ASSERT_EQ(Boot()->InstallProtocolInterface(&Handle, &Guid, EFI_NATIVE_INTERFACE, &Interface),
+            EFI_SUCCESS);
+  EXPECT_EQ(Browser->RefreshPending, 1);
+  Send({Set.Handle});
+  ASSERT_TRUE(Waiting());
+  EXPECT_EQ(ScreenText(), Plain);
+  EXPECT_EQ(Browser->RefreshPending, 0);
+}
+
+class EntryTest : public BrowserTest {};
+
+TEST_F(EntryTest, FailsWithoutTheImageAndFontProtocols) {
+  tools::SessionOptions Options;
+  Options.HiiImageAndFont = false;
+  Restart(Options);
+  EXPECT_TRUE(EFI_ERROR(Session->EntryStatus()));
+  EXPECT_EQ(FormBrowser(), nullptr);
+}
+
+TEST_F(EntryTest, InstallsTheBrowserProtocols) {
+  ASSERT_EQ(Session->EntryStatus(), EFI_SUCCESS);
+  for (const EFI_GUID &Guid : {gEfiFormBrowser2ProtocolGuid}) {
+    VOID *Interface = nullptr;
+    EFI_GUID Copy = Guid;
+    EXPECT_EQ(Boot()->HandleProtocol(Browser->DriverHandle, &Copy, &Interface), EFI_SUCCESS);
+  }
+  EXPECT_EQ(Browser->CallbackAction, 0xFFFFFFFFu);
+  EXPECT_EQ(Browser->SendFormDepth, 0u);
+}
+
+class BuiltinStringTest : public BrowserTest {
+protected:
+  std::u16string Read(EFI_STRING_ID Id, const char *Language) {
+    std::strcpy(reinterpret_cast<char *>(CurrentLanguage), Language);
+    CHAR16 *Text = GetHiiString(Id, Browser->HiiHandle);
+    std::u16string Out = U16(Text);
+    if (Text != nullptr) {
+      Boot()->FreePool(Text);
+    }
+    return Out;
+  }
+};
+
+TEST_F(BuiltinStringTest, EveryIdReadsInEveryLanguage) {
+  for (const char *Language : {"en-US", "fr-FR", "ja-JP", "ko-KR"}) {
+    for (EFI_STRING_ID Id = 1; Id <= BUILTIN_STRING_COUNT; Id++) {
+      std::u16string Text = Read(Id, Language);
+      if (Id == STRING_EMPTY) {
+        continue;
+      }
+      EXPECT_FALSE(Text.empty()) << Language << " id " << Id;
+    }
+    EXPECT_NE(Utf8(Read(STRING_BROWSER_TITLE, Language)).find("Morvane"), std::string::npos)
+        << Language;
+  }
+  EXPECT_EQ(Read(STRING_BROWSER_TITLE, "en-US"), u"Morvane Setup");
+  EXPECT_EQ(Read(STRING_PRESS_ENTER, "en-US"), u"Press ENTER to continue");
+  EXPECT_EQ(Read(STRING_NOT_ENOUGH_CHARACTERS, "en-US"), u"Please enter enough characters");
+  EXPECT_NE(Read(STRING_YES, "fr-FR"), Read(STRING_YES, "en-US"));
+  EXPECT_NE(Read(STRING_YES, "ja-JP"), Read(STRING_YES, "ko-KR"));
+}
+
+TEST_F(BuiltinStringTest, AnotherLanguageFallsBackToEnglish) {
+  EXPECT_EQ(Read(STRING_YES, "de-DE"), Read(STRING_YES, "en-US"));
+  EXPECT_EQ(Read(STRING_HELP_TITLE, "xx"), u"Item Specific Help");
+}
+
+TEST_F(BuiltinStringTest, TheEmptyStringReadsWithoutFailure) {
+  std::strcpy(reinterpret_cast<char *>(CurrentLanguage), "en-US");
+  CHAR16 *Text = GetHiiString(STRING_EMPTY, Browser->HiiHandle);
+  ASSERT_NE(Text, nullptr);
+  EXPECT_EQ(U16(Text), u"");
+  Boot()->FreePool(Text);
+  EXPECT_EQ(Read(BUILTIN_STRING_COUNT + 1, "en-US"), u"") << "an unknown id reads as nothing";
 }
 
 } // namespace
