@@ -136,9 +136,11 @@ void Step(NumberEdit *Edit, const EFI_KEY_DATA *Key) {
   UINT16 Scan = Key->Key.ScanCode;
   if (Character == u'-' || Scan == SCAN_F5) {
     // The wrap lands on the far bound, whatever the remainder.
-    Edit->Work = Edit->Work < Edit->Low + Edit->Increment ? Edit->High : Edit->Work - Edit->Increment;
+    Edit->Work =
+        Edit->Work < Edit->Low + Edit->Increment ? Edit->High : Edit->Work - Edit->Increment;
   } else if (Character == u' ' || Character == u'+' || Scan == SCAN_F6) {
-    Edit->Work = Edit->Work + Edit->Increment > Edit->High ? Edit->Low : Edit->Work + Edit->Increment;
+    Edit->Work =
+        Edit->Work + Edit->Increment > Edit->High ? Edit->Low : Edit->Work + Edit->Increment;
   }
   PaintStepped(Edit);
 }

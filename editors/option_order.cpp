@@ -36,7 +36,9 @@ EFI_STATUS TakeOptionSnapshot(Statement *Question, OptionSnapshot *Snapshot) {
   if (IsOrderedList(Question)) {
     Count = OrderedEntryCount(Question);
   } else {
-    LIST_FOR_EACH(Link, &Question->QuestionOptionList) { Count++; }
+    LIST_FOR_EACH(Link, &Question->QuestionOptionList) {
+      Count++;
+    }
   }
   if (Count == 0) {
     return EFI_SUCCESS;
@@ -65,8 +67,7 @@ void FreeOptionSnapshot(OptionSnapshot *Snapshot) {
   *Snapshot = {};
 }
 
-EFI_STATUS ReorderOptions(Statement *Question, const OptionSnapshot *Snapshot,
-                          UINT32 *ShownCount) {
+EFI_STATUS ReorderOptions(Statement *Question, const OptionSnapshot *Snapshot, UINT32 *ShownCount) {
   UINT32 Shown = 0;
   for (UINT32 Index = Snapshot->Count; Index > 0; Index--) {
     QuestionOption *Option = FindOptionByValue(Question, &Snapshot->Values[Index - 1]);

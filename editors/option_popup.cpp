@@ -178,8 +178,8 @@ void CarryCurrent(PopUp *List, bool TowardsHead) {
 
 void MoveUp(PopUp *List) {
   if (List->Highlight > 0) {
-    if (List->Scrolling && List->Current != nullptr &&
-        List->Current->PopUpRow == List->Inner.Top && List->First > 0) {
+    if (List->Scrolling && List->Current != nullptr && List->Current->PopUpRow == List->Inner.Top &&
+        List->First > 0) {
       List->First--;
     }
     List->Highlight--;
@@ -212,8 +212,8 @@ void Commit(PopUp *List) {
     if (Question->ValueBuffer == nullptr) {
       return;
     }
-    UINT32 Limit =
-        Question->MaxContainers < Question->ValueBytes ? Question->MaxContainers : Question->ValueBytes;
+    UINT32 Limit = Question->MaxContainers < Question->ValueBytes ? Question->MaxContainers
+                                                                  : Question->ValueBytes;
     UINT32 Index = 0;
     LIST_FOR_EACH(Link, &Question->QuestionOptionList) {
       if (Index >= Limit) {
@@ -233,8 +233,8 @@ void RestoreOrder(PopUp *List) {
   if (!List->IsOrdered || Question->ValueBuffer == nullptr) {
     return;
   }
-  UINT32 Limit =
-      Question->MaxContainers < Question->ValueBytes ? Question->MaxContainers : Question->ValueBytes;
+  UINT32 Limit = Question->MaxContainers < Question->ValueBytes ? Question->MaxContainers
+                                                                : Question->ValueBytes;
   for (UINT32 Index = 0; Index < Limit && Question->ValueBuffer[Index] != 0; Index++) {
     HiiValue Wanted = {};
     SetHiiValueNumber(&Wanted, EFI_IFR_TYPE_NUM_SIZE_8, Question->ValueBuffer[Index]);

@@ -161,8 +161,8 @@ EFI_STATUS EditText(MenuLine *Option, CHAR16 *Text, BOOLEAN AllowBlank) {
   Edit.High = static_cast<UINT32>(Question->Maximum);
   Edit.Visible = Option->ValueWidth > 2 ? Option->ValueWidth - 2u : 0;
   Edit.IsPassword = Question->Opcode == EFI_IFR_PASSWORD_OP;
-  Edit.HadText = Question->ValueBuffer != nullptr && Question->ValueBytes > 0 &&
-                 Question->ValueBuffer[0] != 0;
+  Edit.HadText =
+      Question->ValueBuffer != nullptr && Question->ValueBytes > 0 && Question->ValueBuffer[0] != 0;
   // The blank line wipes a password's Maximum cells or a string's visible ones; the window
   // behind it holds the visible part of a scrolled string. One allocation for both.
   UINT32 BlankCount = Edit.IsPassword ? Edit.High : Edit.Visible;
@@ -195,10 +195,9 @@ EFI_STATUS ReportPasswordChange(UiSelection *Selection, MenuLine *Option, const 
   EFI_STRING_ID StringId = Text != nullptr ? NewHiiString(Text, Set->HiiHandle) : 0;
   WriteUnaligned16(Question->Value.Value, StringId);
   EFI_BROWSER_ACTION_REQUEST Request = EFI_BROWSER_ACTION_REQUEST_NONE;
-  EFI_STATUS Status = InvokeCallback(Selection, Set, EFI_BROWSER_ACTION_CHANGED,
-                                     Question->QuestionId, Question->Value.Type,
-                                     reinterpret_cast<EFI_IFR_TYPE_VALUE *>(Question->Value.Value),
-                                     &Request);
+  EFI_STATUS Status = InvokeCallback(
+      Selection, Set, EFI_BROWSER_ACTION_CHANGED, Question->QuestionId, Question->Value.Type,
+      reinterpret_cast<EFI_IFR_TYPE_VALUE *>(Question->Value.Value), &Request);
   if (Request == EFI_BROWSER_ACTION_REQUEST_EXIT) {
     Selection->Action = SELECTION_NESTED_EXIT;
   } else if (!EFI_ERROR(Status)) {

@@ -73,8 +73,9 @@ std::vector<PoolAllocator::BlockInfo> PoolAllocator::OutstandingSince(UINTN From
       Found.push_back({Entry.second.Size, Entry.second.Serial});
     }
   }
-  std::sort(Found.begin(), Found.end(),
-            [](const BlockInfo &Left, const BlockInfo &Right) { return Left.Serial < Right.Serial; });
+  std::sort(Found.begin(), Found.end(), [](const BlockInfo &Left, const BlockInfo &Right) {
+    return Left.Serial < Right.Serial;
+  });
   return Found;
 }
 

@@ -73,11 +73,12 @@ EFI_STATUS TextScreen::SetMode(UINTN ModeNumber) {
 
 EFI_STATUS TextScreen::SetAttribute(UINTN Attribute) {
   Counts.SetAttribute++;
-  // Bit 7 and above are undefined and must be zero.
-  if (Attribute > 0x7F) {
+  // Bits above the byte are undefined. Bit 7 is the blink bit of PC text consoles, which this
+  // console, like most firmware consoles, ignores: dialogs ask for 0xF1 and mean 0x71.
+  if (Attribute > 0xFF) {
     return EFI_UNSUPPORTED;
   }
-  State.Attribute = static_cast<INT32>(Attribute);
+  State.Attribute = static_cast<INT32>(Attribute & 0x7F);
   return EFI_SUCCESS;
 }
 

@@ -124,22 +124,28 @@ EFI_STATUS PaintMenuBar(UiSelection *Selection, UINT32 Repaint) {
   if (Current != nullptr && Current->Index < Browser->MenuBarFirstVisible) {
     Browser->MenuBarFirstVisible = Current->Index;
   } else if (Used > ClientWidth) {
-    UINT32 Cut = 0;
+    // The first tab from which the tabs up to the current one fit behind the five cells of the
+    // margin, so the highlight always stands on a painted tab.
+    UINT32 Before = 0;
     LIST_FOR_EACH(Link, &Browser->MenuBarList) {
       MenuBarEntry *Entry = MenuBarEntryFromLink(Link);
-      Cut += DisplayWidth(Entry->Title) + 5;
-      if (Used - Cut < ClientWidth) {
+      if (Used - Before + 5 <= ClientWidth || Entry == Current) {
         Browser->MenuBarFirstVisible = Entry->Index;
         break;
       }
+      Before += DisplayWidth(Entry->Title) + 5;
     }
   }
 
+  // Tabs leave two cells of gap unpainted and may have scrolled since the last paint, which
+  // need not have cleared the bar: the row is blanked before the tabs go on it.
+  ClearRect(Area.Client.Left, Area.Client.Right, Area.Client.Top, Area.Client.Top,
+            Row->Attribute[0]);
   if (Browser->MenuBarFirstVisible != 0 && TopForm) {
-    SetAttribute(Row->Attribute[0]);
     PutCharAt(Area.Client.Left, Area.Client.Top, u'<');
   }
   UINT32 Column = Area.Client.Left + 5;
+  bool More = false;
   LIST_FOR_EACH(Link, &Browser->MenuBarList) {
     MenuBarEntry *Entry = MenuBarEntryFromLink(Link);
     if (Entry->Index < Browser->MenuBarFirstVisible) {
@@ -147,10 +153,7 @@ EFI_STATUS PaintMenuBar(UiSelection *Selection, UINT32 Repaint) {
     }
     UINT32 TabStep = DisplayWidth(Entry->Title) + 5;
     if (Column + TabStep > ClientWidth) {
-      if (TopForm) {
-        SetAttribute(Row->Attribute[0]);
-        PutCharAt(Area.Client.Right - 2, Area.Client.Top, u'>');
-      }
+      More = true;
       break;
     }
     UINTN Attribute =
@@ -163,6 +166,9 @@ EFI_STATUS PaintMenuBar(UiSelection *Selection, UINT32 Repaint) {
     Entry->Row = static_cast<UINT16>(Area.Client.Top);
     Entry->Width = static_cast<UINT16>(TabStep);
     Column += TabStep;
+  }
+  if (More && TopForm) {
+    PutCharAt(Area.Client.Right - 2, Area.Client.Top, u'>');
   }
   return EFI_SUCCESS;
 }

@@ -33,8 +33,7 @@ void BrowserTest::Restart(const tools::SessionOptions &Options) {
 PublishedFormSet &BrowserTest::Publish(const kit::IfrWriter &Forms, const kit::Strings &Strings,
                                        const EFI_GUID &ListGuid) {
   auto Entry = std::make_unique<PublishedFormSet>();
-  Entry->Driver =
-      std::make_unique<host::ConfigDriver>(Boot(), Session->Hii().ConfigRouting());
+  Entry->Driver = std::make_unique<host::ConfigDriver>(Boot(), Session->Hii().ConfigRouting());
   std::vector<UINT8> Bytes =
       kit::PackageListBuilder(ListGuid).AddForms(Forms).AddStrings(Strings).Bytes();
   EFI_STATUS Status = EFI_SUCCESS;

@@ -43,8 +43,8 @@ protected:
   PublishedFormSet &Publish(const kit::IfrWriter &Forms, const kit::Strings &Strings,
                             const EFI_GUID &ListGuid);
   PublishedFormSet &PublishTab(const kit::IfrWriter &Forms, const kit::Strings &Strings,
-                               const EFI_GUID &ListGuid, const EFI_GUID &Page,
-                               EFI_STRING_ID Title, EFI_STRING_ID Help);
+                               const EFI_GUID &ListGuid, const EFI_GUID &Page, EFI_STRING_ID Title,
+                               EFI_STRING_ID Help);
 
   // SendForm on a coroutine, run to its first key wait (or to its end).
   host::DriverRun &Send(const tools::SendFormRequest &Request);

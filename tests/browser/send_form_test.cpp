@@ -34,8 +34,8 @@ protected:
     W.Text(S.Add(u"A line of text"), S.Add(u"Its help"));
     W.Checkbox({S.Add(u"Switch"), S.Add(u"Turns it on"), 0x100, 1, 0, EFI_IFR_FLAG_CALLBACK});
     W.End().End();
-    PublishedFormSet &Set = Tab ? PublishTab(W, S, TestGuid(Id), Page, TitleId, Help)
-                                : Publish(W, S, TestGuid(Id));
+    PublishedFormSet &Set =
+        Tab ? PublishTab(W, S, TestGuid(Id), Page, TitleId, Help) : Publish(W, S, TestGuid(Id));
     Set.Driver->AddBufferStorage(TestGuid(Id), u"Data", std::vector<uint8_t>(4, 0));
     return Set;
   }
@@ -105,8 +105,8 @@ TEST_F(SendFormTest, ScreenDescriptorRules) {
   PublishedFormSet &Set = SimpleFormSet(1, u"Simple");
   for (const Case &Each : Cases) {
     EXPECT_EQ(SendWithScreen(Set.Handle, Each.Screen), Each.Expected)
-        << Each.Screen.LeftColumn << "-" << Each.Screen.RightColumn << " x "
-        << Each.Screen.TopRow << "-" << Each.Screen.BottomRow;
+        << Each.Screen.LeftColumn << "-" << Each.Screen.RightColumn << " x " << Each.Screen.TopRow
+        << "-" << Each.Screen.BottomRow;
     EXPECT_EQ(Browser->SendFormDepth, 0u);
   }
   // Exactly 76 by 10 is enough.
@@ -219,7 +219,9 @@ TEST_F(SendFormTest, NestedCallFromACallbackRunsOnTheSameScreen) {
     if (Action == EFI_BROWSER_ACTION_CHANGED && Question == 0x100) {
       DepthInside = Browser->SendFormDepth;
       UINTN Count = 0;
-      LIST_FOR_EACH(Link, &Browser->SelectionStack) { Count++; }
+      LIST_FOR_EACH(Link, &Browser->SelectionStack) {
+        Count++;
+      }
       StackedInside = Count;
       *Request = EFI_BROWSER_ACTION_REQUEST_EXIT;
     }

@@ -142,9 +142,11 @@ TEST_F(TextOutputTest, ClearScreenUsesTheCurrentAttributeAndHomesTheCursor) {
   EXPECT_EQ(Out->Mode->CursorRow, 0);
 }
 
-TEST_F(TextOutputTest, AttributeAboveSevenBitsIsUnsupported) {
-  EXPECT_EQ(Out->SetAttribute(Out, 0x80), EFI_UNSUPPORTED);
-  EXPECT_EQ(Out->Mode->Attribute, EFI_TEXT_ATTR(EFI_LIGHTGRAY, EFI_BLACK));
+TEST_F(TextOutputTest, TheBlinkBitIsIgnoredAndWiderAttributesRefused) {
+  EXPECT_EQ(Out->SetAttribute(Out, 0xF1), EFI_SUCCESS);
+  EXPECT_EQ(Out->Mode->Attribute, 0x71);
+  EXPECT_EQ(Out->SetAttribute(Out, 0x100), EFI_UNSUPPORTED);
+  EXPECT_EQ(Out->Mode->Attribute, 0x71);
 }
 
 TEST_F(TextOutputTest, WideCharactersTakeTwoCells) {

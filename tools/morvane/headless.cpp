@@ -5,8 +5,7 @@
 
 namespace morvane::tools {
 
-void DumpScreen(const host::TextScreen &Screen, unsigned Number, DumpMode Mode,
-                std::ostream &Out) {
+void DumpScreen(const host::TextScreen &Screen, unsigned Number, DumpMode Mode, std::ostream &Out) {
   Out << "=== screen " << Number << " " << Screen.Columns() << "x" << Screen.Rows() << " ===\n";
   if (Mode != DumpMode::Attributes) {
     for (const std::string &Row : Screen.TextRows()) {

@@ -48,9 +48,8 @@ int RunInteractive(TerminalSession &Terminal, BrowserSession &Session,
                    const SendFormRequest &Request, bool Stats, std::ostream &Errors) {
   host::Platform &Host = Session.Platform();
   if (host::SpeakerDevice *Speaker = Host.Speaker()) {
-    Speaker->SetBeepHook([&Terminal](UINTN Count) {
-      Terminal.Write(std::string(std::min<UINTN>(Count, 3), '\a'));
-    });
+    Speaker->SetBeepHook(
+        [&Terminal](UINTN Count) { Terminal.Write(std::string(std::min<UINTN>(Count, 3), '\a')); });
   }
   Renderer Screen;
   KeyDecoder Decoder;
@@ -75,8 +74,8 @@ int RunInteractive(TerminalSession &Terminal, BrowserSession &Session,
   while (State == host::DriverRun::State::Waiting) {
     Draw(Counted.Keys > 0);
     std::string Bytes;
-    TerminalEvent Event = Terminal.Wait(
-        Decoder.Pending() ? EscapeTimeoutMilliseconds : TickMilliseconds, &Bytes);
+    TerminalEvent Event =
+        Terminal.Wait(Decoder.Pending() ? EscapeTimeoutMilliseconds : TickMilliseconds, &Bytes);
     if (Event == TerminalEvent::Terminate) {
       Terminated = true;
       break;
@@ -89,8 +88,7 @@ int RunInteractive(TerminalSession &Terminal, BrowserSession &Session,
     }
     Decoder.Feed(Bytes);
     auto Now = std::chrono::steady_clock::now();
-    UINT64 Elapsed =
-        std::chrono::duration_cast<std::chrono::microseconds>(Now - Last).count();
+    UINT64 Elapsed = std::chrono::duration_cast<std::chrono::microseconds>(Now - Last).count();
     Last = Now;
     if (Elapsed > 0) {
       // Real time reaches the browser's timers (the clock on the Main page, refresh questions).

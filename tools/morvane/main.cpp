@@ -104,7 +104,8 @@ int Run(const ProgramOptions &Options, TerminalSession *Terminal) {
     if (Terminal != nullptr) {
       Terminal->Restore();
     }
-    return Fail("variables: " + LoadError + " (the file is left as it is; choose another with --vars)");
+    return Fail("variables: " + LoadError +
+                " (the file is left as it is; choose another with --vars)");
   }
   if (EFI_ERROR(Session.EntryStatus()) || Session.FormBrowser() == nullptr) {
     return Fail("the browser driver did not start: " + StatusName(Session.EntryStatus()));

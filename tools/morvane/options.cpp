@@ -95,7 +95,7 @@ std::optional<int> ParseOptions(int Argc, char **Argv, ProgramOptions *Options) 
     }
     Options->Size = std::make_pair(Columns, Rows);
   }
-  Options->Dump = Dump == "attr" ? DumpMode::Attributes
+  Options->Dump = Dump == "attr"   ? DumpMode::Attributes
                   : Dump == "both" ? DumpMode::Both
                                    : DumpMode::Text;
   return std::nullopt;

@@ -102,8 +102,7 @@ bool InspectPackageList(const std::vector<UINT8> &Bytes, PackageListSummary *Sum
     }
     if (Position + Length > Bytes.size()) {
       *Error = Offset(Position) + "a package of " + std::to_string(Length) +
-               " bytes runs past the end of the list (" + std::to_string(Bytes.size()) +
-               " bytes)";
+               " bytes runs past the end of the list (" + std::to_string(Bytes.size()) + " bytes)";
       return false;
     }
     if (Type == EFI_HII_PACKAGE_END) {
@@ -188,8 +187,8 @@ bool PackageFiles::LoadOne(const std::string &Path, size_t Index, std::string *E
     }
     std::vector<UINT8> Stored(Store.Size);
     UINTN Size = Stored.size();
-    if (EFI_ERROR(Runtime->GetVariable(Store.Name.c_str(), &Store.Guid, nullptr, &Size,
-                                       Stored.data())) ||
+    if (EFI_ERROR(
+            Runtime->GetVariable(Store.Name.c_str(), &Store.Guid, nullptr, &Size, Stored.data())) ||
         Size != Stored.size()) {
       std::fill(Stored.begin(), Stored.end(), 0);
     }

@@ -111,8 +111,12 @@ std::string StatusName(EFI_STATUS Status) {
       "EFI_COMPROMISED_DATA",
   };
   static const char *const Warnings[] = {
-      "EFI_SUCCESS",           "EFI_WARN_UNKNOWN_GLYPH",    "EFI_WARN_DELETE_FAILURE",
-      "EFI_WARN_WRITE_FAILURE", "EFI_WARN_BUFFER_TOO_SMALL", "EFI_WARN_STALE_DATA",
+      "EFI_SUCCESS",
+      "EFI_WARN_UNKNOWN_GLYPH",
+      "EFI_WARN_DELETE_FAILURE",
+      "EFI_WARN_WRITE_FAILURE",
+      "EFI_WARN_BUFFER_TOO_SMALL",
+      "EFI_WARN_STALE_DATA",
   };
   if (EFI_ERROR(Status)) {
     UINTN Code = Status & ~EFI_MAX_BIT;

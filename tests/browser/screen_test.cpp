@@ -1,0 +1,238 @@
+// The setup screen as it is painted: areas, frames, tabs, footer, the form body in each look,
+// paging and scrolling, compared with expected screens under tests/browser/screens.
+#include "core/browser_context.h"
+#include "core/external_protocols.h"
+#include "tests/browser/browser_fixture.h"
+
+namespace morvane::test {
+namespace {
+
+using kit::IfrValue;
+using kit::IfrWriter;
+using kit::QuestionHeader;
+using kit::Strings;
+
+constexpr EFI_VARSTORE_ID Store = 1;
+constexpr UINT16 StoreSize = 64;
+
+// The form sets of the screen tests: a main page with one question of every kind, a
+// sub-form, and further tabs.
+class ScreenTest : public BrowserTest {
+protected:
+  PublishedFormSet &MainPage(const char *Language = nullptr) {
+    Strings S;
+    EFI_STRING_ID Title = S.Add(u"Main");
+    EFI_STRING_ID Help = S.Add(u"The main page");
+    IfrWriter W;
+    W.FormSet(TestGuid(1), Title, Help, {}, true);
+    W.VarStore(TestGuid(1), Store, StoreSize, "Setup");
+    W.DefaultStore(S.Add(u"Standard"), EFI_HII_DEFAULT_CLASS_STANDARD);
+    W.Form(1, Title, true);
+    W.Subtitle(S.Add(u"System Overview"), 0);
+    W.Text(S.Add(u"Firmware Version"), S.Add(u"The version of the firmware."), S.Add(u"2.7.1"));
+    W.Ref({S.Add(u"Boot Options"), S.Add(u"Where the system starts from."), 0x10, 0, 0, 0}, 2);
+    W.Checkbox({S.Add(u"Quiet Boot"),
+                S.Add(u"Shows the logo instead of the messages of the firmware while the system "
+                      u"starts. A long help text that needs several rows of the help column."),
+                0x11, Store, 0, 0},
+               EFI_IFR_CHECKBOX_DEFAULT);
+    W.Numeric({S.Add(u"Timeout"), S.Add(u"Seconds to wait."), 0x12, Store, 2, 0},
+              EFI_IFR_NUMERIC_SIZE_1, 0, 30, 1, true);
+    W.Default(EFI_HII_DEFAULT_CLASS_STANDARD, IfrValue::U8(5));
+    W.End();
+    W.OneOf({S.Add(u"Boot Mode"), S.Add(u"How the firmware starts."), 0x13, Store, 3, 0},
+            EFI_IFR_NUMERIC_SIZE_1, 0, 1, 0, true);
+    W.OneOfOption(S.Add(u"UEFI"), EFI_IFR_OPTION_DEFAULT, IfrValue::U8(0));
+    W.OneOfOption(S.Add(u"Legacy"), 0, IfrValue::U8(1));
+    W.End();
+    W.Date({S.Add(u"Date"), S.Add(u"The date."), 0x14, Store, 4, 0});
+    W.Time({S.Add(u"Time"), S.Add(u"The time."), 0x15, Store, 8, 0});
+    W.String({S.Add(u"Asset Tag"), S.Add(u"A name for the machine."), 0x16, Store, 12, 0}, 0, 10);
+    W.Password({S.Add(u"Password"), S.Add(u"The password."), 0x17, Store, 34, 0}, 0, 8);
+    W.GrayOutIf(true).True();
+    W.Checkbox({S.Add(u"Greyed Option"), S.Add(u"Cannot be changed now."), 0x18, Store, 1, 0});
+    W.End();
+    W.Checkbox({S.Add(u"Read-Only Option"), S.Add(u"Shown only."), 0x19, Store, 51,
+                EFI_IFR_FLAG_READ_ONLY});
+    W.Action({S.Add(u"Apply"), S.Add(u"Applies it."), 0x1A, 0, 0, EFI_IFR_FLAG_CALLBACK},
+             S.Add(u"Enter"));
+    W.End();
+    W.Form(2, S.Add(u"Boot Options"), true);
+    W.Text(S.Add(u"First Device"), S.Add(u"The first device tried."), S.Add(u"Disk 0"));
+    W.Checkbox({S.Add(u"Network Boot"), S.Add(u"Starts from the network."), 0x20, Store, 52, 0});
+    W.End();
+    W.End();
+    if (Language != nullptr) {
+      Translate(S, Language);
+    }
+    PublishedFormSet &Set = PublishTab(W, S, TestGuid(1), gDefaultPageGuids[0], Title, Help);
+    Set.Driver->AddBufferStorage(TestGuid(1), u"Setup", std::vector<uint8_t>(StoreSize, 0));
+    return Set;
+  }
+
+  // Japanese for some of the main page's strings, to see wide characters in every area.
+  static void Translate(Strings &S, const char *Language) {
+    const std::pair<std::u16string, std::u16string> Japanese[] = {
+        {u"Main", u"メイン"},
+        {u"System Overview", u"システム概要"},
+        {u"Firmware Version", u"ファームウェア版"},
+        {u"Boot Options", u"起動オプション"},
+        {u"Where the system starts from.", u"システムが起動する場所です。"},
+        {u"Quiet Boot", u"静かな起動"},
+    };
+    for (EFI_STRING_ID Id = 1; S.Text("en-US", Id).has_value(); Id++) {
+      for (const auto &[English, Translated] : Japanese) {
+        if (S.Text("en-US", Id) == English) {
+          S.Translate(Language, Id, Translated);
+        }
+      }
+    }
+  }
+
+  // A tab with one form of Count checkboxes.
+  PublishedFormSet &ListPage(UINT8 Id, const EFI_GUID &Page, const std::u16string &Name,
+                             unsigned Count) {
+    Strings S;
+    EFI_STRING_ID Title = S.Add(Name);
+    EFI_STRING_ID Help = S.Add(u"A page of settings");
+    IfrWriter W;
+    W.FormSet(TestGuid(Id), Title, Help, {}, true);
+    W.VarStore(TestGuid(Id), Store, StoreSize, "List");
+    W.Form(1, Title, true);
+    for (unsigned Index = 0; Index < Count; Index++) {
+      std::u16string Prompt =
+          u"Setting " + std::u16string(1, u'A' + Index % 26) + std::u16string(1, u'0' + Index / 26);
+      W.Checkbox({S.Add(Prompt), S.Add(u"Turns the setting on."),
+                  static_cast<EFI_QUESTION_ID>(0x100 + Index), Store,
+                  static_cast<UINT16>(Index % StoreSize), 0});
+    }
+    W.End().End();
+    PublishedFormSet &Set = PublishTab(W, S, TestGuid(Id), Page, Title, Help);
+    Set.Driver->AddBufferStorage(TestGuid(Id), u"List", std::vector<uint8_t>(StoreSize, 0));
+    return Set;
+  }
+
+  std::vector<EFI_HII_HANDLE> Handles() {
+    std::vector<EFI_HII_HANDLE> Out;
+    for (const auto &Set : Published) {
+      Out.push_back(Set->Handle);
+    }
+    return Out;
+  }
+};
+
+TEST_F(ScreenTest, TopFormAt80x25) {
+  MainPage();
+  ListPage(2, gDefaultPageGuids[1], u"Advanced", 3);
+  ListPage(3, gDefaultPageGuids[4], u"Exit", 2);
+  Send(Handles());
+  ASSERT_TRUE(Waiting());
+  ExpectScreen("top_form_80x25");
+  // The help of a question wraps over the help column's rows.
+  Type("Down");
+  ExpectScreen("top_form_wrapped_help");
+}
+
+TEST_F(ScreenTest, SubFormTitleAndRuleThenBack) {
+  MainPage();
+  Send(Handles());
+  Type("Enter");
+  ExpectScreen("sub_form_80x25");
+  // Back on the top form the rule's row is given back to the options and the frame.
+  Type("Esc");
+  ExpectScreen("back_to_top_form");
+  EXPECT_EQ(Row(4).substr(0, 3), "│");
+}
+
+TEST_F(ScreenTest, LongFormPagesAndScrollsWithItsBar) {
+  ListPage(2, gDefaultPageGuids[0], u"Long", 40);
+  Send(Handles());
+  ExpectScreen("long_form_first_page");
+  Type("PgDn");
+  ExpectScreen("long_form_second_page");
+  Type("End");
+  ExpectScreen("long_form_end");
+  Type("Home Up");
+  // There is no wrap-around: Up on the first option stays.
+  ExpectScreen("long_form_up_on_first_stays");
+}
+
+TEST_F(ScreenTest, AFormWithoutHelpTakesTheWholeWidth) {
+  Strings S;
+  EFI_STRING_ID Title = S.Add(u"Plain");
+  IfrWriter W;
+  W.FormSet(TestGuid(4), Title, 0, {}, true);
+  W.Form(1, Title, true);
+  W.Text(S.Add(u"A line without help"), 0);
+  W.Text(S.Add(u"Another line without help"), 0, S.Add(u"and a value"));
+  W.End().End();
+  PublishedFormSet &Set = Publish(W, S, TestGuid(4));
+  Send({Set.Handle});
+  ASSERT_TRUE(Waiting());
+  ExpectScreen("no_help_style");
+}
+
+TEST_F(ScreenTest, WithoutTheNoHelpLayoutTheFormCannotBeShown) {
+  tools::SessionOptions Options;
+  Options.StandardLayouts = false;
+  Restart(Options);
+  Strings S;
+  EFI_STRING_ID Title = S.Add(u"Plain");
+  IfrWriter W;
+  W.FormSet(TestGuid(4), Title, 0, {}, true);
+  W.Form(1, Title, true);
+  W.Text(S.Add(u"A line without help"), 0);
+  W.End().End();
+  PublishedFormSet &Set = Publish(W, S, TestGuid(4));
+  Send({Set.Handle});
+  ASSERT_TRUE(Finished()) << ScreenText();
+  EXPECT_EQ(Run().Status(), EFI_UNSUPPORTED);
+  ExpectNothingLeftSinceSend();
+}
+
+TEST_F(ScreenTest, TabsBeyondTheBarScroll) {
+  std::vector<EFI_GUID> Pages;
+  for (UINT8 Index = 0; Index < 30; Index++) {
+    EFI_GUID Page = TestGuid(static_cast<UINT8>(0x80 + Index));
+    Pages.push_back(Page);
+    ListPage(static_cast<UINT8>(0x10 + Index), Page,
+             u"Tab" + std::u16string(1, u'A' + Index % 26) + (Index >= 26 ? u"2" : u""), 1);
+  }
+  host::PageList List(Boot(), Pages);
+  Send(Handles());
+  ExpectScreen("many_tabs_first");
+  Type("Right Right Right Right Right Right Right Right Right Right Right Right");
+  ExpectScreen("many_tabs_scrolled");
+  EXPECT_EQ(Browser->MenuBarCurrent, 12u);
+  // Left from the first tab wraps to the last.
+  Type("Home");
+  for (int Step = 0; Step < 13; Step++) {
+    Type("Left");
+  }
+  EXPECT_EQ(Browser->MenuBarCurrent, 29u);
+  ExpectScreen("many_tabs_last");
+}
+
+TEST_F(ScreenTest, WideCharactersTakeTwoCells) {
+  tools::SessionOptions Options;
+  Options.Language = "ja-JP";
+  Restart(Options);
+  MainPage("ja-JP");
+  Send(Handles());
+  ASSERT_TRUE(Waiting());
+  ExpectScreen("japanese_top_form");
+}
+
+TEST_F(ScreenTest, ALargerConsoleKeepsTheDefaultAreas) {
+  tools::SessionOptions Options;
+  Options.Platform.Columns = 100;
+  Options.Platform.Rows = 31;
+  Restart(Options);
+  MainPage();
+  Send(Handles());
+  ASSERT_TRUE(Waiting());
+  ExpectScreen("top_form_100x31");
+}
+
+} // namespace
+} // namespace morvane::test
