@@ -707,7 +707,7 @@ EFI_STATUS ParseResetButton(FormSet *Set, const Opcode &Op) {
 }
 
 EFI_STATUS ParseRef(FormSet *Set, const Opcode &Op) {
-  if (!Op.Has(15)) {
+  if (!Op.Has(QuestionHeaderEnd)) {
     return EFI_INVALID_PARAMETER;
   }
   Statement *Ref;
@@ -715,7 +715,10 @@ EFI_STATUS ParseRef(FormSet *Set, const Opcode &Op) {
   if (EFI_ERROR(Status)) {
     return Status;
   }
-  Ref->RefFormId = Op.U16(13);
+  // The bare question header is a reference too; it names no form and so leads nowhere.
+  if (Op.Has(15)) {
+    Ref->RefFormId = Op.U16(13);
+  }
   if (Op.Has(17)) {
     Ref->RefQuestionId = Op.U16(15);
   }
