@@ -395,7 +395,9 @@ void Move(MenuLoop &Loop) {
   SystemTable->ConOut->EnableCursor(SystemTable->ConOut, FALSE);
   Loop.Option = MoveSelection(Loop.Selection, Loop.Option, Loop.State);
   StopRefreshTimer();
-  PaintOptions(Loop.Selection, Loop.Option, Loop.State);
+  // The paint highlights the first selectable option in view when the movement left none; the
+  // loop follows it, or a highlight it does not know of would never move again.
+  Loop.Option = PaintOptions(Loop.Selection, Loop.Option, Loop.State);
   StartRefreshTimer();
   Loop.State = STATE_CHECK_ACTION;
 }

@@ -109,7 +109,8 @@ TEST_F(FrameTest, AnchorsAndSizes) {
   const Case Cases[] = {
       {"left, cells", RowOf(ANCHOR_LEFT, 5, SIZE_CELLS, 10), {5, 14, 0, 0}},
       {"left, negative offset is 0", RowOf(ANCHOR_LEFT, -3, SIZE_CELLS, 10), {0, 9, 0, 0}},
-      {"right edge pulls in by the offset", RowOf(ANCHOR_RIGHT, -10, SIZE_CELLS, 10),
+      {"right edge pulls in by the offset",
+       RowOf(ANCHOR_RIGHT, -10, SIZE_CELLS, 10),
        {69, 78, 0, 0}},
       {"right edge, positive offset is 0", RowOf(ANCHOR_RIGHT, 4, SIZE_CELLS, 1), {79, 79, 0, 0}},
       {"centre", RowOf(ANCHOR_CENTER, 0, SIZE_CELLS, 20), {30, 49, 0, 0}},
@@ -119,10 +120,12 @@ TEST_F(FrameTest, AnchorsAndSizes) {
       {"percent above 100 is 0", RowOf(ANCHOR_LEFT, 0, SIZE_PERCENT, 150), {0, 0xFFFFFFFF, 0, 0}},
       {"negative cells are 0", RowOf(ANCHOR_LEFT, 2, SIZE_CELLS, -4), {2, 1, 0, 0}},
       {"unknown size kind is 0", RowOf(ANCHOR_LEFT, 2, 7, 4), {2, 1, 0, 0}},
-      {"bottom edge", RowOf(ANCHOR_LEFT, 0, SIZE_CELLS, 80, ANCHOR_BOTTOM, -2, SIZE_CELLS, 2),
+      {"bottom edge",
+       RowOf(ANCHOR_LEFT, 0, SIZE_CELLS, 80, ANCHOR_BOTTOM, -2, SIZE_CELLS, 2),
        {0, 79, 22, 23}},
       {"vertical centre, percent",
-       RowOf(ANCHOR_LEFT, 0, SIZE_CELLS, 80, ANCHOR_CENTER, 0, SIZE_PERCENT, 40), {0, 79, 7, 16}},
+       RowOf(ANCHOR_LEFT, 0, SIZE_CELLS, 80, ANCHOR_CENTER, 0, SIZE_PERCENT, 40),
+       {0, 79, 7, 16}},
   };
   for (const Case &Each : Cases) {
     ScreenRect Frame = {};

@@ -1,0 +1,406 @@
+// A form tree walked with the keyboard: tabs, references of every kind and the way back, the
+// General Help box, Esc to the exit page, the driver's Callbacks in their order, and the keys
+// that are dropped or refused.
+#include "core/browser_context.h"
+#include "core/external_protocols.h"
+#include "dialogs/browser_services.h"
+#include "screen/menu_option.h"
+#include "tests/browser/browser_fixture.h"
+
+namespace morvane::test {
+namespace {
+
+using host::CallbackCall;
+using kit::IfrValue;
+using kit::IfrWriter;
+using kit::Strings;
+
+constexpr EFI_VARSTORE_ID Store = 1;
+constexpr UINT16 StoreSize = 16;
+
+// Question ids of the main form set.
+enum : EFI_QUESTION_ID {
+  RefToSubForm = 0x10,
+  RefToOtherFormSet,
+  RefToSecondTab,
+  RefToQuestion,
+  RefToNothing,
+  RefByDevicePath,
+  Switch = 0x20,
+  Count = 0x21,
+  SubSwitch = 0x30,
+};
+
+// The main page's form set GUID, a second tab's, one reached only by reference, and the exit
+// page's (which must carry the exit page GUID for Esc to reach it).
+const EFI_GUID MainGuid = TestGuid(1);
+const EFI_GUID SecondGuid = TestGuid(2);
+const EFI_GUID OtherGuid = TestGuid(3);
+
+class MenuTest : public BrowserTest {
+protected:
+  PublishedFormSet *Main = nullptr;
+  PublishedFormSet *Second = nullptr;
+  PublishedFormSet *Other = nullptr;
+  PublishedFormSet *Exit = nullptr;
+
+  // Main: a long top form, so that scrolling matters, with every kind of reference at its end;
+  // form 2 a sub-form.
+  void PublishWorld(unsigned Filler = 20) {
+    Strings S;
+    EFI_STRING_ID Title = S.Add(u"Main");
+    EFI_STRING_ID Help = S.Add(u"The main page");
+    IfrWriter W;
+    W.FormSet(MainGuid, Title, Help, {}, true);
+    W.VarStore(MainGuid, Store, StoreSize, "Setup");
+    W.Form(1, Title, true);
+    for (unsigned Index = 0; Index < Filler; Index++) {
+      W.Text(S.Add(u"Line " + std::u16string(1, u'A' + Index)), S.Add(u"A line of text"));
+    }
+    W.Checkbox({S.Add(u"Switch"), S.Add(u"A switch the driver hears of"), Switch, Store, 0,
+                EFI_IFR_FLAG_CALLBACK});
+    W.Numeric({S.Add(u"Count"), S.Add(u"A number"), Count, Store, 1, 0}, EFI_IFR_NUMERIC_SIZE_1, 0,
+              99, 1);
+    W.Ref({S.Add(u"Sub-form"), S.Add(u"Goes to the sub-form"), RefToSubForm, 0, 0, 0}, 2);
+    W.Ref3({S.Add(u"Other form set"), S.Add(u"Goes to a form set by GUID"), RefToOtherFormSet, 0, 0,
+            0},
+           0, 0, OtherGuid);
+    W.Ref3({S.Add(u"Second tab"), S.Add(u"Goes to the second tab"), RefToSecondTab, 0, 0, 0}, 0, 0,
+           SecondGuid);
+    W.Ref2({S.Add(u"To Count"), S.Add(u"Moves to the number"), RefToQuestion, 0, 0, 0}, 0, Count);
+    W.Ref2({S.Add(u"Nowhere"), S.Add(u"Names nothing"), RefToNothing, 0, 0, 0}, 0, 0);
+    W.Ref4({S.Add(u"By path"), S.Add(u"A device path no one has"), RefByDevicePath, 0, 0, 0}, 1, 0,
+           MainGuid, S.Add(u"01041400abcdef0123456789abcdef01234567897fff0400"));
+    W.End();
+    W.Form(2, S.Add(u"Sub-form"), true);
+    W.Checkbox({S.Add(u"Sub switch"), S.Add(u"A switch on the sub-form"), SubSwitch, Store, 2, 0});
+    W.End();
+    W.End();
+    Main = &PublishTab(W, S, MainGuid, gDefaultPageGuids[0], Title, Help);
+    Main->Driver->AddBufferStorage(MainGuid, u"Setup", std::vector<uint8_t>(StoreSize, 0));
+    Main->Driver->OnCallback = [](EFI_BROWSER_ACTION, EFI_QUESTION_ID, UINT8, EFI_IFR_TYPE_VALUE *,
+                                  EFI_BROWSER_ACTION_REQUEST *) { return EFI_SUCCESS; };
+
+    Second = &SimplePage(SecondGuid, u"Second", &gDefaultPageGuids[1], u"On the second tab");
+    Other = &SimplePage(OtherGuid, u"Other", nullptr, u"On the other form set");
+    Exit = &SimplePage(gExitPageGuid, u"Exit", &gDefaultPageGuids[4], u"On the exit page");
+  }
+
+  PublishedFormSet &SimplePage(const EFI_GUID &Guid, const char16_t *Name, const EFI_GUID *Page,
+                               const char16_t *Line) {
+    Strings S;
+    EFI_STRING_ID Title = S.Add(Name);
+    EFI_STRING_ID Help = S.Add(u"A page");
+    IfrWriter W;
+    W.FormSet(Guid, Title, Help, {}, true);
+    W.Form(1, Title, true);
+    W.Text(S.Add(Line), S.Add(u"Its help"));
+    W.End().End();
+    return Page != nullptr ? PublishTab(W, S, Guid, *Page, Title, Help) : Publish(W, S, Guid);
+  }
+
+  void SendWorld() {
+    Send({Main->Handle, Second->Handle, Other->Handle, Exit->Handle});
+    ASSERT_TRUE(Waiting()) << ScreenText();
+  }
+
+  EFI_QUESTION_ID Highlighted() {
+    Statement *Current = Browser->Selection->Statement;
+    return Current != nullptr ? Current->QuestionId : 0;
+  }
+
+  UINT32 TopRow() { return Browser->TopOption != nullptr ? Browser->TopOption->Row : 0; }
+
+  bool Shows(const std::string &Text) { return ScreenText().find(Text) != std::string::npos; }
+
+  // Moves the highlight down to the question, at most Limit keys.
+  void DownTo(EFI_QUESTION_ID Question, int Limit = 40) {
+    for (int Step = 0; Step < Limit && Highlighted() != Question; Step++) {
+      Type("Down");
+    }
+    ASSERT_EQ(Highlighted(), Question) << ScreenText();
+  }
+
+  void Leave() {
+    Type("F10 Enter");
+    ASSERT_TRUE(Finished()) << ScreenText();
+    ExpectNothingLeftSinceSend();
+  }
+};
+
+TEST_F(MenuTest, TabsWithLeftAndRightAndTheirWrap) {
+  PublishWorld();
+  SendWorld();
+  EXPECT_EQ(Browser->MenuBarCurrent, 0u);
+  Type("Right");
+  EXPECT_EQ(Browser->MenuBarCurrent, 1u);
+  EXPECT_TRUE(Shows("On the second tab")) << ScreenText();
+  Type("Right Right");
+  EXPECT_EQ(Browser->MenuBarCurrent, 0u) << "Right on the last tab wraps to the first";
+  Type("Left");
+  EXPECT_EQ(Browser->MenuBarCurrent, 2u) << "Left on the first tab wraps to the last";
+  EXPECT_TRUE(Shows("On the exit page")) << ScreenText();
+  Leave();
+}
+
+TEST_F(MenuTest, ASubFormAndBackAtTheSameScrollRow) {
+  PublishWorld();
+  SendWorld();
+  DownTo(RefToSubForm);
+  UINT32 Top = TopRow();
+  EXPECT_GT(Top, 0u) << "the form has scrolled";
+  Type("Enter");
+  EXPECT_TRUE(Shows("Sub switch")) << ScreenText();
+  // Left and Right do nothing on a sub-form.
+  Type("Right");
+  EXPECT_EQ(Browser->MenuBarCurrent, 0u);
+  EXPECT_TRUE(Shows("Sub switch"));
+  Type("Esc");
+  EXPECT_TRUE(Shows("Line T")) << ScreenText();
+  EXPECT_EQ(TopRow(), Top);
+  EXPECT_EQ(Highlighted(), RefToSubForm);
+  Leave();
+}
+
+TEST_F(MenuTest, AReferenceToAnotherFormSetByGuid) {
+  PublishWorld();
+  SendWorld();
+  DownTo(RefToOtherFormSet);
+  Type("Enter");
+  EXPECT_TRUE(Shows("On the other form set")) << ScreenText();
+  EXPECT_EQ(Browser->MenuBarCurrent, 0u);
+  Type("Esc");
+  EXPECT_EQ(Highlighted(), RefToOtherFormSet) << ScreenText();
+  Leave();
+}
+
+TEST_F(MenuTest, AReferenceToATabsFormSetSwitchesTheTab) {
+  PublishWorld();
+  SendWorld();
+  DownTo(RefToSecondTab);
+  Type("Enter");
+  EXPECT_EQ(Browser->MenuBarCurrent, 1u);
+  EXPECT_TRUE(Shows("On the second tab")) << ScreenText();
+  Leave();
+}
+
+TEST_F(MenuTest, AReferenceWithOnlyAQuestionMovesTheHighlight) {
+  PublishWorld();
+  SendWorld();
+  DownTo(RefToQuestion);
+  Type("Enter");
+  EXPECT_EQ(Highlighted(), Count) << ScreenText();
+  Leave();
+}
+
+TEST_F(MenuTest, AReferenceToNothingOrToAnUnknownPathIsNotFound) {
+  PublishWorld();
+  SendWorld();
+  for (EFI_QUESTION_ID Ref : {RefToNothing, RefByDevicePath}) {
+    DownTo(Ref);
+    std::string Before = ScreenText();
+    Type("Enter");
+    EXPECT_TRUE(Shows("Target menu is not found.")) << ScreenText();
+    EXPECT_TRUE(Shows("Error"));
+    Type("Esc");
+    EXPECT_TRUE(Shows("Target menu is not found.")) << "only Enter ends the notice";
+    Type("Enter");
+    EXPECT_FALSE(Shows("Target menu is not found.")) << ScreenText();
+    EXPECT_EQ(Highlighted(), Ref);
+  }
+  Leave();
+}
+
+TEST_F(MenuTest, GeneralHelpBoxWithF1AndAltH) {
+  PublishWorld();
+  SendWorld();
+  std::string Before = ScreenText();
+  for (const char *Key : {"F1", "Alt-h"}) {
+    Type(Key);
+    ASSERT_TRUE(Shows("General Help")) << Key << "\n" << ScreenText();
+    // The box stands at columns 6 to 73, rows 2 to 20.
+    EXPECT_EQ(Host().Screen().Cell(6, 2).Char, u'┌') << ScreenText();
+    EXPECT_EQ(Host().Screen().Cell(73, 2).Char, u'┐');
+    EXPECT_EQ(Host().Screen().Cell(6, 20).Char, u'└');
+    EXPECT_EQ(Host().Screen().Cell(73, 20).Char, u'┘');
+    EXPECT_TRUE(Shows("Continue"));
+    Type("Enter");
+    EXPECT_EQ(ScreenText(), Before) << "the screen under the box is given back";
+  }
+  Leave();
+}
+
+TEST_F(MenuTest, EscOnTheTopFormGoesToTheExitPage) {
+  PublishWorld();
+  SendWorld();
+  Type("Esc");
+  EXPECT_EQ(Browser->MenuBarCurrent, 2u);
+  EXPECT_TRUE(Shows("On the exit page")) << ScreenText();
+  EXPECT_TRUE(Waiting());
+  Leave();
+}
+
+TEST_F(MenuTest, ChangingAndChangedCallbacksInTheirOrder) {
+  PublishWorld(2);
+  SendWorld();
+  // Form open tells the driver of each question with a Callback flag, with no value.
+  ASSERT_FALSE(Main->Driver->Calls.empty());
+  const CallbackCall &Open = Main->Driver->Calls.front();
+  EXPECT_EQ(Open.Action, EFI_BROWSER_ACTION_FORM_OPEN);
+  EXPECT_EQ(Open.QuestionId, Switch);
+  EXPECT_FALSE(Open.HasValue);
+
+  DownTo(Switch);
+  size_t Before = Main->Driver->Calls.size();
+  Type("Enter");
+  std::vector<CallbackCall> Calls(Main->Driver->Calls.begin() + Before, Main->Driver->Calls.end());
+  ASSERT_GE(Calls.size(), 2u);
+  EXPECT_EQ(Calls[0].Action, EFI_BROWSER_ACTION_CHANGING);
+  EXPECT_EQ(Calls[1].Action, EFI_BROWSER_ACTION_CHANGED);
+  for (int Index : {0, 1}) {
+    EXPECT_EQ(Calls[Index].QuestionId, Switch);
+    EXPECT_EQ(Calls[Index].Type, EFI_IFR_TYPE_BOOLEAN);
+    EXPECT_TRUE(Calls[Index].HasValue);
+    EXPECT_EQ(Calls[Index].Value.b, 1);
+  }
+  // The value reached the edit side of the storage, not yet the driver's.
+  EXPECT_EQ((*Main->Driver->Buffer(MainGuid, u"Setup"))[0], 0);
+  Type("F10 Enter");
+  EXPECT_EQ((*Main->Driver->Buffer(MainGuid, u"Setup"))[0], 1);
+  ExpectNothingLeftSinceSend();
+}
+
+TEST_F(MenuTest, AChangingCallbackThatFailsUndoesTheChange) {
+  PublishWorld(2);
+  Main->Driver->OnCallback = [](EFI_BROWSER_ACTION Action, EFI_QUESTION_ID, UINT8,
+                                EFI_IFR_TYPE_VALUE *, EFI_BROWSER_ACTION_REQUEST *) {
+    return Action == EFI_BROWSER_ACTION_CHANGING ? EFI_ACCESS_DENIED : EFI_SUCCESS;
+  };
+  SendWorld();
+  DownTo(Switch);
+  size_t Before = Main->Driver->Calls.size();
+  Type("Enter");
+  for (size_t Index = Before; Index < Main->Driver->Calls.size(); Index++) {
+    EXPECT_NE(Main->Driver->Calls[Index].Action, EFI_BROWSER_ACTION_CHANGED);
+  }
+  EXPECT_EQ(Browser->Selection->Statement->Value.Value[0], 0);
+  Leave();
+}
+
+TEST_F(MenuTest, NextQuestionIdMovesTheHighlight) {
+  PublishWorld(2);
+  Main->Driver->OnCallback = [](EFI_BROWSER_ACTION Action, EFI_QUESTION_ID, UINT8,
+                                EFI_IFR_TYPE_VALUE *, EFI_BROWSER_ACTION_REQUEST *) {
+    if (Action == EFI_BROWSER_ACTION_CHANGED) {
+      BrowserServices.NextQuestionId = RefToNothing;
+    }
+    return EFI_SUCCESS;
+  };
+  SendWorld();
+  DownTo(Switch);
+  Type("Enter");
+  EXPECT_EQ(Highlighted(), RefToNothing) << ScreenText();
+  Leave();
+}
+
+TEST_F(MenuTest, ARefreshDuringAKeyWaitRepaintsInTheNewLanguage) {
+  PublishWorld(2);
+  SendWorld();
+  DownTo(Count);
+  EXPECT_TRUE(Shows("Select Item"));
+  EFI_GUID Global = gEfiGlobalVariableGuid;
+  const char French[] = "fr-FR";
+  ASSERT_EQ(Host().RuntimeServices()->SetVariable(const_cast<CHAR16 *>(u"PlatformLang"), &Global,
+                                                  EFI_VARIABLE_NON_VOLATILE |
+                                                      EFI_VARIABLE_BOOTSERVICE_ACCESS |
+                                                      EFI_VARIABLE_RUNTIME_ACCESS,
+                                                  sizeof(French), const_cast<char *>(French)),
+            EFI_SUCCESS);
+  EFI_HANDLE Handle = nullptr;
+  static int Interface = 0;
+  EFI_GUID Guid = gRefreshNotifyProtocolGuid;
+  ASSERT_EQ(Boot()->InstallProtocolInterface(&Handle, &Guid, EFI_NATIVE_INTERFACE, &Interface),
+            EFI_SUCCESS);
+  Type("wait 1");
+  EXPECT_FALSE(Shows("Select Item")) << ScreenText();
+  EXPECT_EQ(Highlighted(), Count) << "the form comes back on the same question";
+  Leave();
+}
+
+TEST_F(MenuTest, KeysThatAreDroppedAndKeysThatBeep) {
+  PublishWorld(2);
+  SendWorld();
+  DownTo(Switch);
+  host::SpeakerDevice &Speaker = *Host().Speaker();
+  struct Case {
+    const char *Keys;
+    UINTN Beeps;
+  };
+  const Case Cases[] = {
+      {"\"x\"", 1},             // a character no table knows
+      {"\"5\"", 1},             // a digit on a checkbox
+      {"Tab", 0},               // Tab on anything but a date or time
+      {"F5", 0},                // step keys on a checkbox do nothing
+      {"\"+\"", 0}, {"Ins", 1}, // a scan code no table knows
+  };
+  for (const Case &Each : Cases) {
+    Speaker.ResetBeeps();
+    std::string Before = ScreenText();
+    Type(Each.Keys);
+    EXPECT_EQ(Speaker.Beeps(), Each.Beeps) << Each.Keys;
+    EXPECT_EQ(ScreenText(), Before) << Each.Keys;
+    EXPECT_EQ(Highlighted(), Switch) << Each.Keys;
+  }
+  Leave();
+}
+
+TEST_F(MenuTest, AFormWithNoOptionsDropsCharactersQuietly) {
+  Strings S;
+  EFI_STRING_ID Title = S.Add(u"Empty");
+  IfrWriter W;
+  W.FormSet(TestGuid(9), Title, S.Add(u"Help"), {}, true);
+  W.Form(1, Title, true).End();
+  W.End();
+  PublishedFormSet &Set = Publish(W, S, TestGuid(9));
+  Send({Set.Handle});
+  ASSERT_TRUE(Waiting()) << ScreenText();
+  Host().Speaker()->ResetBeeps();
+  Type("\"abc\" Enter");
+  EXPECT_EQ(Host().Speaker()->Beeps(), 0u);
+  Type("Ins");
+  EXPECT_EQ(Host().Speaker()->Beeps(), 1u) << "an unknown scan code beeps";
+  // F10 is dropped too: a form with no options leaves only through Esc and the tabs.
+  Type("F10");
+  EXPECT_FALSE(Shows("Save configuration changes")) << ScreenText();
+}
+
+TEST_F(MenuTest, AParseFailureIsShownTwiceAndEndsTheCall) {
+  Strings S;
+  EFI_STRING_ID Title = S.Add(u"Broken");
+  IfrWriter W;
+  W.FormSet(TestGuid(8), Title, S.Add(u"Help"), {}, true);
+  W.Form(1, Title, true);
+  // A checkbox cut short: too few bytes for its question header.
+  W.RawBytes({EFI_IFR_CHECKBOX_OP, 6, 1, 0, 2, 0});
+  W.End().End();
+  PublishedFormSet &Set = Publish(W, S, TestGuid(8));
+  Send({Set.Handle});
+  ASSERT_TRUE(Waiting());
+  EXPECT_TRUE(Shows("Failed to parse OpCode: 0x6")) << ScreenText();
+  EXPECT_TRUE(Shows("Broken FormSet")) << ScreenText();
+  Type("Enter");
+  EXPECT_TRUE(Waiting()) << "the notice is shown a second time";
+  EXPECT_TRUE(Shows("Failed to parse OpCode: 0x6")) << ScreenText();
+  // Then SendForm names the form set it could not load, twice as well.
+  Type("Enter");
+  EXPECT_TRUE(Shows("Failed to initialize FormSet. Status: 0x80000002.")) << ScreenText();
+  Type("Enter");
+  EXPECT_TRUE(Shows("Failed to initialize FormSet")) << ScreenText();
+  Type("Enter");
+  ASSERT_TRUE(Finished()) << ScreenText();
+  EXPECT_TRUE(EFI_ERROR(Run().Status()));
+  ExpectNothingLeftSinceSend();
+}
+
+} // namespace
+} // namespace morvane::test
