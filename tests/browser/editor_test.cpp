@@ -1,0 +1,402 @@
+// The question editors as a user meets them: numbers typed and stepped, dates and times field by
+// field, strings and passwords, the option pop-up of one-of and ordered-list questions, and the
+// stepping of a one-of.
+#include <cstring>
+
+#include "core/browser_context.h"
+#include "editors/editors.h"
+#include "tests/browser/browser_fixture.h"
+
+namespace morvane::test {
+namespace {
+
+using kit::IfrValue;
+using kit::IfrWriter;
+using kit::Strings;
+
+constexpr EFI_VARSTORE_ID Store = 1;
+constexpr UINT16 StoreSize = 64;
+
+enum : EFI_QUESTION_ID {
+  Limit = 0x40, // decimal, 5 to 100, typed only
+  Stepper,      // decimal, 0 to 10 by 2
+  Mask,         // hexadecimal, up to 0xFF
+  Day,          // a date
+  Clock,        // a time
+  Name,         // a string of 2 to 10 characters
+  Secret,       // a password the driver checks
+  Choice,       // a one-of of three options, the second suppressed
+  Order,        // an ordered list of three
+};
+
+// Offsets in the varstore.
+enum : UINT16 {
+  LimitAt = 0,
+  StepperAt = 1,
+  MaskAt = 2,
+  DayAt = 4,
+  ClockAt = 8,
+  NameAt = 12,
+  SecretAt = 34,
+  ChoiceAt = 52,
+  OrderAt = 53,
+};
+
+class EditorTest : public BrowserTest {
+protected:
+  PublishedFormSet *Set = nullptr;
+  std::vector<std::u16string> Passwords;
+
+  void SetUp() override {
+    BrowserTest::SetUp();
+    Strings S;
+    EFI_STRING_ID Title = S.Add(u"Editors");
+    IfrWriter W;
+    W.FormSet(TestGuid(1), Title, S.Add(u"Help"), {}, true);
+    W.VarStore(TestGuid(1), Store, StoreSize, "Data");
+    W.Form(1, Title, true);
+    W.Numeric({S.Add(u"Limit"), S.Add(u"Five to a hundred"), Limit, Store, LimitAt, 0},
+              EFI_IFR_NUMERIC_SIZE_1, 5, 100, 0);
+    W.Numeric({S.Add(u"Stepper"), S.Add(u"By two"), Stepper, Store, StepperAt, 0},
+              EFI_IFR_NUMERIC_SIZE_1, 0, 10, 2);
+    W.Numeric({S.Add(u"Mask"), S.Add(u"Hexadecimal"), Mask, Store, MaskAt, 0},
+              EFI_IFR_NUMERIC_SIZE_1 | EFI_IFR_DISPLAY_UINT_HEX, 0, 0xFF, 0);
+    W.Date({S.Add(u"Day"), S.Add(u"A date"), Day, Store, DayAt, 0});
+    W.Time({S.Add(u"Clock"), S.Add(u"A time"), Clock, Store, ClockAt, 0});
+    W.String({S.Add(u"Name"), S.Add(u"Two to ten characters"), Name, Store, NameAt, 0}, 2, 10);
+    W.Password({S.Add(u"Secret"), S.Add(u"Checked by the driver"), Secret, Store, SecretAt,
+                EFI_IFR_FLAG_CALLBACK},
+               0, 8);
+    W.OneOf({S.Add(u"Choice"), S.Add(u"One of three"), Choice, Store, ChoiceAt, 0},
+            EFI_IFR_NUMERIC_SIZE_1, 0, 3, 0, true);
+    W.OneOfOption(S.Add(u"Alpha"), 0, IfrValue::U8(1));
+    W.SuppressIf(true).True();
+    W.OneOfOption(S.Add(u"Hidden"), 0, IfrValue::U8(2));
+    W.End();
+    W.OneOfOption(S.Add(u"Gamma"), 0, IfrValue::U8(3));
+    W.OneOfOption(S.Add(u"Delta"), 0, IfrValue::U8(4));
+    W.End();
+    W.OrderedList({S.Add(u"Order"), S.Add(u"Three in order"), Order, Store, OrderAt, 0}, 3, 0,
+                  true);
+    W.OneOfOption(S.Add(u"First"), 0, IfrValue::U8(1));
+    W.OneOfOption(S.Add(u"Second"), 0, IfrValue::U8(2));
+    W.OneOfOption(S.Add(u"Third"), 0, IfrValue::U8(3));
+    W.End();
+    W.End().End();
+    Set = &Publish(W, S, TestGuid(1));
+    std::vector<uint8_t> Bytes(StoreSize, 0);
+    Bytes[LimitAt] = 50;
+    Bytes[StepperAt] = 4;
+    Bytes[MaskAt] = 0x10;
+    Bytes[DayAt] = 2024 & 0xFF; // 15 April 2024: a month of 30 days
+    Bytes[DayAt + 1] = 2024 >> 8;
+    Bytes[DayAt + 2] = 4;
+    Bytes[DayAt + 3] = 15;
+    Bytes[ClockAt] = 23;
+    Bytes[ClockAt + 1] = 59;
+    Bytes[NameAt] = 'o';
+    Bytes[NameAt + 2] = 'l';
+    Bytes[NameAt + 4] = 'd';
+    Bytes[ChoiceAt] = 1;
+    Bytes[OrderAt] = 1;
+    Bytes[OrderAt + 1] = 2;
+    Bytes[OrderAt + 2] = 3;
+    Set->Driver->AddBufferStorage(TestGuid(1), u"Data", Bytes);
+    Set->Driver->OnCallback = [this](EFI_BROWSER_ACTION Action, EFI_QUESTION_ID Question, UINT8,
+                                     EFI_IFR_TYPE_VALUE *Value, EFI_BROWSER_ACTION_REQUEST *) {
+      if (Action == EFI_BROWSER_ACTION_CHANGED && Question == Secret && Value != nullptr) {
+        Passwords.push_back(ReadString(Value->string));
+      }
+      return EFI_SUCCESS;
+    };
+    Send({Set->Handle});
+    ASSERT_TRUE(Waiting()) << ScreenText();
+  }
+
+  std::u16string ReadString(EFI_STRING_ID Id) {
+    EFI_HII_STRING_PROTOCOL *Strings = Session->Hii().String();
+    CHAR16 Text[64] = {};
+    UINTN Size = sizeof(Text);
+    if (Id == 0 ||
+        EFI_ERROR(Strings->GetString(Strings, "en-US", Set->Handle, Id, Text, &Size, nullptr))) {
+      return u"<none>";
+    }
+    return Text;
+  }
+
+  Statement *Question(EFI_QUESTION_ID Id) {
+    LIST_FOR_EACH(Link, &Browser->Selection->Form->StatementList) {
+      Statement *Each = StatementFromLink(Link);
+      if (Each->QuestionId == Id) {
+        return Each;
+      }
+    }
+    return nullptr;
+  }
+  UINT64 Number(EFI_QUESTION_ID Id) { return HiiValueNumber(&Question(Id)->Value); }
+  EFI_QUESTION_ID Highlighted() {
+    Statement *Current = Browser->Selection->Statement;
+    return Current != nullptr ? Current->QuestionId : 0;
+  }
+  void GoTo(EFI_QUESTION_ID Id) {
+    Type("Home");
+    for (int Step = 0; Step < 20 && Highlighted() != Id; Step++) {
+      Type("Down");
+    }
+    ASSERT_EQ(Highlighted(), Id) << ScreenText();
+  }
+  // The screen row that holds the prompt.
+  std::string RowOf(const std::string &Prompt) {
+    for (const std::string &Line : ScreenRows()) {
+      if (Line.find("   " + Prompt + " ") != std::string::npos) {
+        return Line;
+      }
+    }
+    return "";
+  }
+  bool RowShows(const std::string &Prompt, const std::string &Text) {
+    return RowOf(Prompt).find(Text) != std::string::npos;
+  }
+  UINTN Beeps() { return Host().Speaker()->Beeps(); }
+  UINT8 Stored(UINT16 Offset) { return (*Set->Driver->Buffer(TestGuid(1), u"Data"))[Offset]; }
+};
+
+TEST_F(EditorTest, NumbersTypedDigitByDigit) {
+  GoTo(Limit);
+  // "1", "0", "1": the last digit would pass 100 and is dropped without a beep.
+  Host().Speaker()->ResetBeeps();
+  Type("\"101\"");
+  EXPECT_TRUE(RowShows("Limit", "[ 10]")) << ScreenText();
+  EXPECT_EQ(Beeps(), 0u);
+  Type("Enter");
+  EXPECT_EQ(Number(Limit), 10u);
+  EXPECT_EQ(Highlighted(), Stepper) << "the highlight moves down after an entry";
+
+  // Below the minimum: Enter clamps up to it.
+  GoTo(Limit);
+  Type("\"1\" Enter");
+  EXPECT_EQ(Number(Limit), 5u);
+
+  // Backspace over every digit shows 0, and leaving clamps to the minimum.
+  GoTo(Limit);
+  Type("\"42\" Backspace");
+  EXPECT_TRUE(RowShows("Limit", "[  4]")) << ScreenText();
+  Type("Backspace");
+  EXPECT_TRUE(RowShows("Limit", "[  0]")) << ScreenText();
+  Type("Enter");
+  EXPECT_EQ(Number(Limit), 5u);
+
+  // Esc keeps what was typed: only the status differs from Enter.
+  GoTo(Limit);
+  Type("\"77\" Esc");
+  EXPECT_EQ(Number(Limit), 77u);
+}
+
+TEST_F(EditorTest, HexadecimalNumbers) {
+  GoTo(Mask);
+  Type("\"aF\"");
+  EXPECT_TRUE(RowShows("Mask", "[AF]")) << ScreenText();
+  Type("\"1\"");
+  EXPECT_TRUE(RowShows("Mask", "[AF]")) << "a third digit passes 0xFF and is dropped";
+  Host().Speaker()->ResetBeeps();
+  Type("\"g\"");
+  EXPECT_EQ(Beeps(), 1u) << "not a hexadecimal digit";
+  Type("Enter");
+  EXPECT_EQ(Number(Mask), 0xAFu);
+}
+
+TEST_F(EditorTest, NumbersStepWithWrapAround) {
+  GoTo(Stepper);
+  // A step opens the editor, which steps on until a key ends it.
+  Type("\"+\"");
+  EXPECT_EQ(Number(Stepper), 6u);
+  Type("F6 F6");
+  EXPECT_EQ(Number(Stepper), 10u);
+  Type("F6");
+  EXPECT_EQ(Number(Stepper), 0u) << "10 + 2 wraps to the minimum";
+  Type("F5");
+  EXPECT_EQ(Number(Stepper), 10u) << "0 - 2 wraps to the maximum";
+  EXPECT_EQ(Highlighted(), Stepper);
+  Type("Enter");
+  EXPECT_EQ(Highlighted(), Mask) << "the highlight moves down when the edit ends";
+  // F5 and F6 on a number without a step do nothing, and do not beep.
+  Host().Speaker()->ResetBeeps();
+  Type("F5 F6");
+  EXPECT_EQ(Number(Mask), 0x10u);
+  EXPECT_EQ(Beeps(), 0u);
+}
+
+TEST_F(EditorTest, DateFieldsTypedAndStepped) {
+  GoTo(Day);
+  Host().Speaker()->ResetBeeps();
+  // Month: 1 then 3 is 13, too large: a beep, and the field stays at 01.
+  Type("\"13\"");
+  EXPECT_EQ(Beeps(), 1u);
+  EXPECT_TRUE(RowShows("Day", "[01/")) << ScreenText();
+  // Enter ends the field and goes to the day.
+  Type("Enter");
+  EXPECT_EQ(Question(Day)->Value.Value[2], 1);
+  // The day's limit comes from the month as it was when the field was entered: January.
+  Type("\"31\" Enter");
+  EXPECT_EQ(Question(Day)->Value.Value[3], 31);
+  // Year: 1, 9, 9, 7 completes 1997, below 1998, so the field becomes 1998.
+  Type("\"1997\"");
+  EXPECT_TRUE(RowShows("Day", "/1998]")) << ScreenText();
+  Type("Enter");
+  EXPECT_EQ(ReadUnaligned16(Question(Day)->Value.Value), 1998);
+}
+
+TEST_F(EditorTest, DayOfAThirtyDayMonthAndTheYearBeyondRange) {
+  GoTo(Day);
+  Type("Tab"); // the day field of 15 April
+  Host().Speaker()->ResetBeeps();
+  Type("\"35\"");
+  EXPECT_EQ(Beeps(), 1u);
+  Type("\"0\"");
+  EXPECT_TRUE(RowShows("Day", "/30/")) << ScreenText();
+  Type("Enter");
+  EXPECT_EQ(Question(Day)->Value.Value[3], 30);
+  // Year 2, 1, 0, 0: the last digit beeps and the field shows 0210, which leaving drops.
+  Type("\"2100\"");
+  EXPECT_TRUE(RowShows("Day", "/0210]")) << ScreenText();
+  Type("Enter");
+  EXPECT_EQ(ReadUnaligned16(Question(Day)->Value.Value), 2024);
+}
+
+TEST_F(EditorTest, MonthZeroZeroBecomesJanuary) {
+  GoTo(Day);
+  Type("\"00\"");
+  EXPECT_TRUE(RowShows("Day", "[01/")) << ScreenText();
+  Type("\"1\"");
+  EXPECT_TRUE(RowShows("Day", "[01/")) << "the next digit starts afresh";
+}
+
+TEST_F(EditorTest, TimeFieldsWrapWhenStepped) {
+  GoTo(Clock);
+  // Hour 23 stepped up gives 00; Enter stores it and goes on to the minutes.
+  Type("\"+\" Enter");
+  EXPECT_EQ(Question(Clock)->Value.Value[0], 0);
+  // Tab twice wraps round the fields to the hour, which steps down from 00 to 23.
+  Type("Tab Tab \"-\" Enter");
+  EXPECT_EQ(Question(Clock)->Value.Value[0], 23);
+  // The minute field: 59 up is 00.
+  Type("\"+\" Enter");
+  EXPECT_EQ(Question(Clock)->Value.Value[1], 0);
+}
+
+TEST_F(EditorTest, DaysInMonthTable) {
+  struct Case {
+    UINT16 Year;
+    UINT8 Month;
+    UINT8 Days;
+  };
+  for (const Case &Each :
+       {Case{2023, 2, 28}, Case{2024, 2, 29}, Case{1900, 2, 28}, Case{2000, 2, 29},
+        Case{2024, 4, 30}, Case{2024, 12, 31}, Case{2024, 0, 31}, Case{2024, 13, 31}}) {
+    EXPECT_EQ(DaysInMonth(Each.Year, Each.Month), Each.Days) << Each.Year << "-" << +Each.Month;
+  }
+}
+
+TEST_F(EditorTest, StringsReplaceTheOldTextFromTheFirstKey) {
+  GoTo(Name);
+  EXPECT_TRUE(RowShows("Name", "[old       ]")) << ScreenText();
+  Type("\"n\"");
+  // The old value is blanked at once, across the field's whole width.
+  EXPECT_TRUE(RowShows("Name", "[n    ")) << ScreenText();
+  EXPECT_FALSE(RowShows("Name", "old")) << ScreenText();
+  Type("\"ew\" Enter");
+  EXPECT_EQ(std::u16string(reinterpret_cast<const char16_t *>(Question(Name)->ValueBuffer)),
+            u"new");
+  EXPECT_TRUE(RowShows("Name", "[new       ]")) << ScreenText();
+}
+
+TEST_F(EditorTest, AStringTooShortIsRefusedWithANotice) {
+  GoTo(Name);
+  Type("\"x\" Enter");
+  EXPECT_NE(ScreenText().find("Please enter enough characters"), std::string::npos) << ScreenText();
+  Type("Esc");
+  EXPECT_NE(ScreenText().find("Please enter enough characters"), std::string::npos)
+      << "only Enter ends the notice";
+  Type("Enter");
+  EXPECT_TRUE(RowShows("Name", "[old       ]")) << ScreenText();
+}
+
+TEST_F(EditorTest, EscLeavesTheStringAsItWas) {
+  GoTo(Name);
+  Type("\"abc\" Esc");
+  EXPECT_TRUE(RowShows("Name", "[old       ]")) << ScreenText();
+}
+
+TEST_F(EditorTest, APasswordGoesToTheDriverAndStaysMasked) {
+  GoTo(Secret);
+  Host().Speaker()->ResetBeeps();
+  Type("Space");
+  EXPECT_EQ(Beeps(), 1u) << "a blank is no password character";
+  Type("\"pw1\"");
+  EXPECT_TRUE(RowShows("Secret", "[***     ]")) << ScreenText();
+  Type("Enter");
+  ASSERT_EQ(Passwords.size(), 1u);
+  EXPECT_EQ(Passwords[0], u"pw1");
+  EXPECT_EQ(ScreenText().find("pw1"), std::string::npos) << ScreenText();
+  // The temporary string is gone from the form set's package.
+  EXPECT_NE(ReadString(Question(Secret)->Value.Value[0] | Question(Secret)->Value.Value[1] << 8),
+            u"pw1");
+}
+
+TEST_F(EditorTest, OneOfPopUpPicksAShownOption) {
+  GoTo(Choice);
+  Type("Enter");
+  std::string Screen = ScreenText();
+  EXPECT_NE(Screen.find("Alpha"), std::string::npos) << Screen;
+  EXPECT_NE(Screen.find("Gamma"), std::string::npos);
+  EXPECT_EQ(Screen.find("Hidden"), std::string::npos) << "a suppressed option never shows";
+  // Down twice from Alpha is Delta; Enter takes it.
+  Type("Down Down Enter");
+  EXPECT_EQ(Number(Choice), 4u);
+  EXPECT_TRUE(RowShows("Choice", "[Delta]")) << ScreenText();
+  // Up on the first wraps to the last; Esc leaves the value.
+  Type("Enter Home Up Up Up Esc");
+  EXPECT_EQ(Number(Choice), 4u);
+  Type("Enter Up Enter");
+  EXPECT_EQ(Number(Choice), 3u) << "Gamma stands above Delta";
+}
+
+TEST_F(EditorTest, OneOfStepsSkipSuppressedOptions) {
+  GoTo(Choice);
+  Type("\"+\"");
+  EXPECT_EQ(Number(Choice), 3u) << "Alpha to Gamma, past the hidden option";
+  Type("\"+\" \"+\"");
+  EXPECT_EQ(Number(Choice), 1u) << "Delta wraps to Alpha";
+  Type("\"-\"");
+  EXPECT_EQ(Number(Choice), 4u);
+  EXPECT_EQ(Highlighted(), Choice) << "stepping a one-of keeps the highlight";
+}
+
+TEST_F(EditorTest, OrderedListMovesTheHighlightedOption) {
+  GoTo(Order);
+  Type("Enter Down");
+  // First moved one place down: Second, First, Third.
+  Type("Enter");
+  EXPECT_EQ(Question(Order)->ValueBuffer[0], 2);
+  EXPECT_EQ(Question(Order)->ValueBuffer[1], 1);
+  EXPECT_EQ(Question(Order)->ValueBuffer[2], 3);
+  // Esc after moves leaves the value as it was.
+  Type("Enter Down Down Esc");
+  EXPECT_EQ(Question(Order)->ValueBuffer[0], 2);
+  EXPECT_EQ(Question(Order)->ValueBuffer[1], 1);
+}
+
+TEST_F(EditorTest, ChangesReachTheDriverOnSave) {
+  GoTo(Limit);
+  Type("\"64\" Enter");
+  GoTo(Choice);
+  Type("\"+\"");
+  Type("F10 Enter");
+  ASSERT_TRUE(Finished()) << ScreenText();
+  EXPECT_EQ(Stored(LimitAt), 64);
+  EXPECT_EQ(Stored(ChoiceAt), 3);
+  ExpectNothingLeftSinceSend();
+}
+
+} // namespace
+} // namespace morvane::test
