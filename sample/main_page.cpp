@@ -117,9 +117,12 @@ private:
 
   EFI_STATUS OnCallback(EFI_BROWSER_ACTION Action, EFI_QUESTION_ID Question,
                         EFI_IFR_TYPE_VALUE *Value) {
-    if (Question != LanguageQuestion || Action != EFI_BROWSER_ACTION_CHANGED || Value == nullptr ||
-        Value->u8 > 3) {
+    if (Question != LanguageQuestion) {
       return EFI_UNSUPPORTED;
+    }
+    // Any language of the list is accepted as it changes; the Changed Callback applies it.
+    if (Action != EFI_BROWSER_ACTION_CHANGED || Value == nullptr || Value->u8 > 3) {
+      return Value != nullptr && Value->u8 > 3 ? EFI_INVALID_PARAMETER : EFI_SUCCESS;
     }
     const char *Code = LanguageCodes[Value->u8];
     Services.Runtime->SetVariable(u"PlatformLang", &gEfiGlobalVariableGuid,
