@@ -270,6 +270,38 @@ TEST_F(MenuTest, ChangingAndChangedCallbacksInTheirOrder) {
   ExpectNothingLeftSinceSend();
 }
 
+TEST_F(MenuTest, ANestedSendFormFromAChangingCallbackReturnsToTheSameRow) {
+  PublishWorld();
+  UINT32 NestedDepth = 0;
+  EFI_STATUS NestedStatus = EFI_NOT_STARTED;
+  Main->Driver->OnCallback = [&](EFI_BROWSER_ACTION Action, EFI_QUESTION_ID Question, UINT8,
+                                 EFI_IFR_TYPE_VALUE *, EFI_BROWSER_ACTION_REQUEST *) {
+    if (Action == EFI_BROWSER_ACTION_CHANGING && Question == Switch) {
+      // With tabs on the screen a call without a GUID would show the first tab's form set.
+      EFI_HII_HANDLE Handle = Other->Handle;
+      EFI_GUID Guid = OtherGuid;
+      NestedStatus = FormBrowser()->SendForm(FormBrowser(), &Handle, 1, &Guid, 0, nullptr, nullptr);
+    }
+    return EFI_SUCCESS;
+  };
+  SendWorld();
+  DownTo(Switch);
+  UINT32 Top = TopRow();
+  ASSERT_GT(Top, 0u);
+  Type("Enter");
+  ASSERT_TRUE(Shows("On the other form set")) << ScreenText();
+  NestedDepth = Browser->SendFormDepth;
+  // The nested call's form is no top form: Esc ends the call.
+  Type("Esc");
+  EXPECT_EQ(NestedDepth, 2u);
+  EXPECT_EQ(NestedStatus, EFI_SUCCESS);
+  EXPECT_EQ(Browser->SendFormDepth, 1u);
+  EXPECT_EQ(TopRow(), Top) << ScreenText();
+  EXPECT_EQ(Highlighted(), Switch);
+  EXPECT_EQ(Browser->Selection->Statement->Value.Value[0], 1) << "the outer change went on";
+  Leave();
+}
+
 TEST_F(MenuTest, AChangingCallbackThatFailsUndoesTheChange) {
   PublishWorld(2);
   Main->Driver->OnCallback = [](EFI_BROWSER_ACTION Action, EFI_QUESTION_ID, UINT8,
