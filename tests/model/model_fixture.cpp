@@ -1,0 +1,273 @@
+#include "tests/model/model_fixture.h"
+
+#include <algorithm>
+#include <cstring>
+
+#include "core/hii_strings.h"
+#include "model/value_stack.h"
+#include "tests/common/text.h"
+#include "uefi/device_path.h"
+
+namespace morvane::test {
+
+namespace {
+// Each scripted driver's device path differs in the vendor GUID's last byte.
+UINT8 NextScriptedPath = 1;
+} // namespace
+
+ScriptedDriver::ScriptedDriver(EFI_BOOT_SERVICES *Services, bool WithAccess)
+    : BootServices(Services), Access(WithAccess) {
+  Protocol.Interface = {Extract, Route, Callback};
+  Protocol.Owner = this;
+  VENDOR_DEVICE_PATH Vendor = {};
+  Vendor.Header.Type = HARDWARE_DEVICE_PATH;
+  Vendor.Header.SubType = HW_VENDOR_DP;
+  Vendor.Header.Length[0] = sizeof(VENDOR_DEVICE_PATH);
+  Vendor.Guid = TestGuid(NextScriptedPath++);
+  const uint8_t *Start = reinterpret_cast<const uint8_t *>(&Vendor);
+  Path.assign(Start, Start + sizeof(Vendor));
+  Path.insert(Path.end(), {END_DEVICE_PATH_TYPE, END_ENTIRE_DEVICE_PATH_SUBTYPE, 4, 0});
+  if (Access) {
+    BootServices->InstallMultipleProtocolInterfaces(&Handle_, &gEfiDevicePathProtocolGuid,
+                                                    Path.data(), &gEfiHiiConfigAccessProtocolGuid,
+                                                    &Protocol.Interface, nullptr);
+  } else {
+    BootServices->InstallMultipleProtocolInterfaces(&Handle_, &gEfiDevicePathProtocolGuid,
+                                                    Path.data(), nullptr);
+  }
+}
+
+ScriptedDriver::~ScriptedDriver() {
+  if (Access) {
+    BootServices->UninstallMultipleProtocolInterfaces(Handle_, &gEfiDevicePathProtocolGuid,
+                                                      Path.data(), &gEfiHiiConfigAccessProtocolGuid,
+                                                      &Protocol.Interface, nullptr);
+  } else {
+    BootServices->UninstallMultipleProtocolInterfaces(Handle_, &gEfiDevicePathProtocolGuid,
+                                                      Path.data(), nullptr);
+  }
+}
+
+EFI_STATUS EFIAPI ScriptedDriver::Extract(const EFI_HII_CONFIG_ACCESS_PROTOCOL *This,
+                                          const CHAR16 *Request, EFI_STRING *Progress,
+                                          EFI_STRING *Results) {
+  ScriptedDriver *Owner = reinterpret_cast<const Record *>(This)->Owner;
+  Owner->Requests.push_back(U16(Request));
+  *Progress = const_cast<EFI_STRING>(Request);
+  *Results = nullptr;
+  if (EFI_ERROR(Owner->ExtractStatus) || Owner->NoResult) {
+    return Owner->ExtractStatus;
+  }
+  UINTN Size = (Owner->ExtractResult.size() + 1) * sizeof(CHAR16);
+  VOID *Copy = nullptr;
+  if (EFI_ERROR(Owner->BootServices->AllocatePool(EfiBootServicesData, Size, &Copy))) {
+    return EFI_OUT_OF_RESOURCES;
+  }
+  std::memcpy(Copy, Owner->ExtractResult.c_str(), Size);
+  *Results = static_cast<EFI_STRING>(Copy);
+  return EFI_SUCCESS;
+}
+
+EFI_STATUS EFIAPI ScriptedDriver::Route(const EFI_HII_CONFIG_ACCESS_PROTOCOL *This,
+                                        const CHAR16 *Configuration, EFI_STRING *Progress) {
+  ScriptedDriver *Owner = reinterpret_cast<const Record *>(This)->Owner;
+  std::u16string Text = U16(Configuration);
+  Owner->Routed.push_back(Text);
+  size_t Taken = Text.size() - std::min(Owner->LeftUntaken, Text.size());
+  *Progress = const_cast<EFI_STRING>(Configuration) + Taken;
+  return Owner->RouteStatus;
+}
+
+EFI_STATUS EFIAPI ScriptedDriver::Callback(const EFI_HII_CONFIG_ACCESS_PROTOCOL *,
+                                           EFI_BROWSER_ACTION, EFI_QUESTION_ID, UINT8,
+                                           EFI_IFR_TYPE_VALUE *, EFI_BROWSER_ACTION_REQUEST *) {
+  return EFI_UNSUPPORTED;
+}
+
+void ModelTest::StartHost() {
+  if (HostStarted) {
+    return;
+  }
+  HostStarted = true;
+  kit::Strings S;
+  EFI_STRING_ID Title = S.Add(u"Host");
+  kit::IfrWriter W;
+  W.FormSet(TestGuid(0xF0), Title, 0, {}, true);
+  W.Form(1, Title, true);
+  W.Text(S.Add(u"Host line"), 0);
+  W.End().End();
+  PublishedFormSet &Host = Publish(W, S, TestGuid(0xF0));
+  Send({Host.Handle});
+  ASSERT_TRUE(Waiting()) << ScreenText();
+}
+
+void ModelTest::Renew() {
+  Restart(tools::SessionOptions());
+  HostStarted = false;
+  Notices.clear();
+}
+
+EFI_STATUS ModelTest::RunDriver(const std::function<EFI_STATUS()> &Body, unsigned MaxWaits) {
+  host::DriverRun Run(Host(), Body);
+  Run.Resume();
+  unsigned Waits = 0;
+  while (Run.CurrentState() == host::DriverRun::State::Waiting) {
+    Notices.push_back(ScreenText());
+    if (++Waits > MaxWaits) {
+      ADD_FAILURE() << "the driver keeps waiting for keys:\n" << Notices.back();
+      return EFI_ABORTED;
+    }
+    Host().Keyboard().PushKey(SCAN_NULL, CHAR_CARRIAGE_RETURN);
+    Run.Resume();
+  }
+  return Run.Status();
+}
+
+PublishedFormSet &ModelTest::PublishSet(const kit::IfrWriter &Forms, const kit::Strings &Strings) {
+  return Publish(Forms, Strings, SetGuid());
+}
+
+EFI_HII_HANDLE ModelTest::PublishOn(EFI_HANDLE DriverHandle, const kit::IfrWriter &Forms,
+                                    const kit::Strings &Strings, const EFI_GUID &ListGuid) {
+  std::vector<UINT8> Bytes =
+      kit::PackageListBuilder(ListGuid).AddForms(Forms).AddStrings(Strings).Bytes();
+  EFI_STATUS Status = EFI_SUCCESS;
+  EFI_HII_HANDLE Handle = Session->AddPackageList(Bytes, DriverHandle, &Status);
+  EXPECT_EQ(Status, EFI_SUCCESS) << "the HII database refused the test's package list";
+  return Handle;
+}
+
+EFI_STATUS ModelTest::LoadSet(EFI_HII_HANDLE Handle, const EFI_GUID &Guid, FormSet **Out) {
+  StartHost();
+  EFI_GUID Wanted = Guid;
+  FormSet *Made = nullptr;
+  EFI_STATUS Status = RunDriver([&] { return LoadFormSet(Handle, &Wanted, &Made, FALSE); });
+  *Out = Made;
+  return Status;
+}
+
+FormSet *ModelTest::Load(const kit::IfrWriter &Forms, const kit::Strings &Strings) {
+  PublishedFormSet &Set = PublishSet(Forms, Strings);
+  FormSet *Out = nullptr;
+  EFI_STATUS Status = LoadSet(Set.Handle, SetGuid(), &Out);
+  EXPECT_EQ(Status, EFI_SUCCESS) << (Notices.empty() ? "" : Notices.back());
+  return EFI_ERROR(Status) ? nullptr : Out;
+}
+
+UINTN ModelTest::PoolMark() {
+  return Host().Pool().Allocations() + 1;
+}
+
+std::string ModelTest::HeldSince(UINTN Mark) {
+  constexpr UINTN StackGrowthBytes = VALUE_STACK_GROWTH * sizeof(HiiValue);
+  std::string Held;
+  for (const host::PoolAllocator::BlockInfo &Block : Host().Pool().OutstandingSince(Mark)) {
+    if (Block.Size % StackGrowthBytes != 0) {
+      Held += std::to_string(Block.Size) + " (#" + std::to_string(Block.Serial) + ") ";
+    }
+  }
+  return Held;
+}
+
+bool ModelTest::NoticeShowed(const std::string &Text) const {
+  for (const std::string &Screen : Notices) {
+    if (Screen.find(Text) != std::string::npos) {
+      return true;
+    }
+  }
+  return false;
+}
+
+namespace {
+
+ListLink *Nth(ListLink *Head, size_t Index) {
+  if (Head == nullptr || Head->Forward == nullptr) {
+    return nullptr;
+  }
+  size_t At = 0;
+  LIST_FOR_EACH(Link, Head) {
+    if (At++ == Index) {
+      return Link;
+    }
+  }
+  return nullptr;
+}
+
+} // namespace
+
+Form *FormAt(FormSet *Set, size_t Index) {
+  ListLink *Link = Nth(&Set->FormList, Index);
+  return Link == nullptr ? nullptr : FormFromLink(Link);
+}
+
+Statement *StatementAt(Form *Owner, size_t Index) {
+  ListLink *Link = Owner == nullptr ? nullptr : Nth(&Owner->StatementList, Index);
+  return Link == nullptr ? nullptr : StatementFromLink(Link);
+}
+
+Storage *StorageAt(FormSet *Set, size_t Index) {
+  ListLink *Link = Nth(&Set->StorageList, Index);
+  return Link == nullptr ? nullptr : StorageFromLink(Link);
+}
+
+QuestionOption *OptionAt(Statement *Question, size_t Index) {
+  ListLink *Link = Question == nullptr ? nullptr : Nth(&Question->QuestionOptionList, Index);
+  return Link == nullptr ? nullptr : OptionFromLink(Link);
+}
+
+QuestionDefault *DefaultAt(Statement *Question, size_t Index) {
+  ListLink *Link = Question == nullptr ? nullptr : Nth(&Question->QuestionDefaultList, Index);
+  return Link == nullptr ? nullptr : DefaultFromLink(Link);
+}
+
+Expression *ExpressionAt(ListLink *Head, size_t Index) {
+  ListLink *Link = Nth(Head, Index);
+  return Link == nullptr ? nullptr : ExpressionFromLink(Link);
+}
+
+size_t CountOf(ListLink *Head) {
+  if (Head == nullptr || Head->Forward == nullptr) {
+    return 0;
+  }
+  size_t Count = 0;
+  LIST_FOR_EACH(Link, Head) {
+    Count++;
+  }
+  return Count;
+}
+
+Statement *QuestionById(FormSet *Set, EFI_QUESTION_ID Id) {
+  LIST_FOR_EACH(FormLink, &Set->FormList) {
+    Form *Owner = FormFromLink(FormLink);
+    LIST_FOR_EACH(Link, &Owner->StatementList) {
+      Statement *Candidate = StatementFromLink(Link);
+      if (Candidate->QuestionId == Id) {
+        return Candidate;
+      }
+    }
+  }
+  return nullptr;
+}
+
+std::u16string StringOf(FormSet *Set, EFI_STRING_ID Id) {
+  CHAR16 *Text = GetHiiString(Id, Set->HiiHandle);
+  std::u16string Out = U16(Text);
+  FreePoolIfSet(Text);
+  return Out;
+}
+
+std::u16string TextOf(const CHAR16 *Text) {
+  return U16(Text);
+}
+
+UINT64 NumberOf(const HiiValue &Value) {
+  return HiiValueNumber(&Value);
+}
+
+HiiValue MakeValue(UINT8 Type, UINT64 Number) {
+  HiiValue Value;
+  SetHiiValueNumber(&Value, Type, Number);
+  return Value;
+}
+
+} // namespace morvane::test

@@ -1,0 +1,125 @@
+// The fixture of the form model, parser, evaluator and storage tests: a browser brought to the
+// state a SendForm prepares (display strings, screen, layout) by a form set of its own waiting
+// at its first key, and form sets under test loaded beside it with LoadFormSet, inspected
+// record by record, and released.
+#pragma once
+
+#include <functional>
+#include <string>
+#include <vector>
+
+#include "core/form_set_cache.h"
+#include "model/form_model.h"
+#include "tests/browser/browser_fixture.h"
+
+namespace morvane::test {
+
+// The GUID of the form set under test, and of its package list.
+inline EFI_GUID SetGuid() {
+  return TestGuid(0x40);
+}
+
+// A form set's driver whose configuration services answer as a test scripts them, for the
+// answers the config driver of the platform never gives (alternative configurations, no
+// result, a driver that stops partway). With WithAccess false the handle has a device path
+// and no config access protocol.
+class ScriptedDriver {
+public:
+  ScriptedDriver(EFI_BOOT_SERVICES *BootServices, bool WithAccess);
+  ~ScriptedDriver();
+  ScriptedDriver(const ScriptedDriver &) = delete;
+  ScriptedDriver &operator=(const ScriptedDriver &) = delete;
+
+  EFI_HANDLE Handle() const { return Handle_; }
+
+  // ExtractConfig: this status; on success this result (null with NoResult).
+  EFI_STATUS ExtractStatus = EFI_SUCCESS;
+  std::u16string ExtractResult;
+  bool NoResult = false;
+  std::vector<std::u16string> Requests;
+  // RouteConfig: this status; Progress is left this many characters before the end.
+  EFI_STATUS RouteStatus = EFI_SUCCESS;
+  size_t LeftUntaken = 0;
+  std::vector<std::u16string> Routed;
+
+private:
+  struct Record {
+    EFI_HII_CONFIG_ACCESS_PROTOCOL Interface;
+    ScriptedDriver *Owner;
+  };
+  static EFI_STATUS EFIAPI Extract(const EFI_HII_CONFIG_ACCESS_PROTOCOL *This,
+                                   const CHAR16 *Request, EFI_STRING *Progress,
+                                   EFI_STRING *Results);
+  static EFI_STATUS EFIAPI Route(const EFI_HII_CONFIG_ACCESS_PROTOCOL *This,
+                                 const CHAR16 *Configuration, EFI_STRING *Progress);
+  static EFI_STATUS EFIAPI Callback(const EFI_HII_CONFIG_ACCESS_PROTOCOL *This,
+                                    EFI_BROWSER_ACTION Action, EFI_QUESTION_ID QuestionId,
+                                    UINT8 Type, EFI_IFR_TYPE_VALUE *Value,
+                                    EFI_BROWSER_ACTION_REQUEST *ActionRequest);
+
+  EFI_BOOT_SERVICES *BootServices;
+  Record Protocol;
+  bool Access;
+  EFI_HANDLE Handle_ = nullptr;
+  std::vector<uint8_t> Path;
+};
+
+class ModelTest : public BrowserTest {
+protected:
+  // Sends a plain form set of its own and leaves it waiting, once per session.
+  void StartHost();
+  // A fresh platform and driver, for the next case of a table.
+  void Renew();
+
+  // Runs Body as driver code on a coroutine of its own. Every key wait is answered with Enter
+  // and the screen at that moment is kept in Notices; a run that keeps waiting fails the test.
+  EFI_STATUS RunDriver(const std::function<EFI_STATUS()> &Body, unsigned MaxWaits = 16);
+
+  // Publishes the form set on a config driver of its own under SetGuid().
+  PublishedFormSet &PublishSet(const kit::IfrWriter &Forms, const kit::Strings &Strings);
+
+  // Registers the forms and strings on a driver handle of the test's own.
+  EFI_HII_HANDLE PublishOn(EFI_HANDLE DriverHandle, const kit::IfrWriter &Forms,
+                           const kit::Strings &Strings, const EFI_GUID &ListGuid);
+
+  // LoadFormSet of the form set with that GUID on the handle, as a SendForm would (not linked
+  // into the form-set list). The record comes back in Out on failure too.
+  EFI_STATUS LoadSet(EFI_HII_HANDLE Handle, const EFI_GUID &Guid, FormSet **Out);
+  // Publishes and loads; fails the test unless the load succeeds.
+  FormSet *Load(const kit::IfrWriter &Forms, const kit::Strings &Strings);
+
+  // The allocation number the next block will get.
+  UINTN PoolMark();
+  // Blocks made since Mark and still held, but for the evaluator's and the parser's stacks,
+  // which live as long as the driver: "size (#serial)" words, empty when none.
+  std::string HeldSince(UINTN Mark);
+
+  // Screens seen at the key waits of RunDriver, oldest first.
+  std::vector<std::string> Notices;
+  // True when some notice showed Text.
+  bool NoticeShowed(const std::string &Text) const;
+
+private:
+  bool HostStarted = false;
+};
+
+// Records by position; null past the end.
+Form *FormAt(FormSet *Set, size_t Index);
+Statement *StatementAt(Form *Owner, size_t Index);
+Storage *StorageAt(FormSet *Set, size_t Index);
+QuestionOption *OptionAt(Statement *Question, size_t Index);
+QuestionDefault *DefaultAt(Statement *Question, size_t Index);
+Expression *ExpressionAt(ListLink *Head, size_t Index);
+size_t CountOf(ListLink *Head);
+// The first statement of the form set with that question id.
+Statement *QuestionById(FormSet *Set, EFI_QUESTION_ID Id);
+
+// A string of the form set's package in the current language; empty when it does not read.
+std::u16string StringOf(FormSet *Set, EFI_STRING_ID Id);
+std::u16string TextOf(const CHAR16 *Text);
+
+// The eight value bytes as a number.
+UINT64 NumberOf(const HiiValue &Value);
+HiiValue MakeValue(UINT8 Type, UINT64 Number);
+
+} // namespace morvane::test

@@ -1,0 +1,965 @@
+// The walk over a form set's IFR: every opcode row into its record and fields, the scopes and
+// conditions that nest, and the form sets that load beside a running SendForm.
+#include <cstdio>
+#include <vector>
+
+#include "model/ifr_parser.h"
+#include "storage/storage.h"
+#include "support/guid.h"
+#include "tests/common/text.h"
+#include "tests/model/model_fixture.h"
+
+namespace morvane::test {
+namespace {
+
+using kit::IfrValue;
+using kit::IfrWriter;
+using kit::QuestionHeader;
+using kit::Strings;
+
+const EFI_GUID BufferGuid = TestGuid(0x51);
+const EFI_GUID NameValueGuid = TestGuid(0x52);
+const EFI_GUID VariableGuid = TestGuid(0x53);
+
+// Bytes as configuration-header digits: memory order, two lower-case digits each.
+std::u16string HeaderDigits(const void *Bytes, size_t Size) {
+  static const char16_t Digits[] = u"0123456789abcdef";
+  std::u16string Out;
+  const UINT8 *Cursor = static_cast<const UINT8 *>(Bytes);
+  for (size_t Index = 0; Index < Size; Index++) {
+    Out += Digits[Cursor[Index] >> 4];
+    Out += Digits[Cursor[Index] & 0x0F];
+  }
+  return Out;
+}
+
+class ParserTest : public ModelTest {
+protected:
+  // The ConfigHdr the browser must build for a storage of the published form set.
+  std::u16string ExpectedHeader(const PublishedFormSet &Owner, const EFI_GUID &Guid,
+                                const std::u16string &Name) {
+    const std::vector<uint8_t> &Path = Owner.Driver->DevicePath();
+    return u"GUID=" + HeaderDigits(&Guid, sizeof(Guid)) + u"&NAME=" + Name + u"&PATH=" +
+           HeaderDigits(Path.data(), Path.size());
+  }
+
+  // A form set with one form around Body, loaded; null when the load failed.
+  FormSet *LoadForm(Strings &S, const std::function<void(IfrWriter &)> &Body) {
+    IfrWriter W;
+    EFI_STRING_ID Title = S.Add(u"Form set");
+    W.FormSet(SetGuid(), Title, 0, {}, true);
+    W.Form(1, S.Add(u"Form"), true);
+    Body(W);
+    W.End().End();
+    return Load(W, S);
+  }
+};
+
+TEST_F(ParserTest, EveryOpcodeRowFillsItsRecord) {
+  Strings S;
+  EFI_STRING_ID Title = S.Add(u"Everything");
+  EFI_STRING_ID Help = S.Add(u"Set help");
+  EFI_STRING_ID FormTitle = S.Add(u"First form");
+  EFI_STRING_ID SecondTitle = S.Add(u"Second form");
+  EFI_STRING_ID Standard = S.Add(u"Standard");
+  EFI_STRING_ID Manufacturing = S.Add(u"Manufacturing");
+  EFI_STRING_ID ItemName = S.Add(u"Item");
+  EFI_STRING_ID VariableName = S.Add(u"Level");
+  EFI_STRING_ID P = S.Add(u"Prompt");
+  EFI_STRING_ID H = S.Add(u"Help");
+  EFI_STRING_ID T2 = S.Add(u"Second text");
+  const EFI_GUID RefTarget = TestGuid(0x77);
+
+  IfrWriter W;
+  W.FormSet(SetGuid(), Title, Help, {}, true);
+  W.ExtensionClass(0x1234);
+  W.ExtensionSubclass(0x0002);
+  W.DefaultStore(Standard, EFI_HII_DEFAULT_CLASS_STANDARD);
+  W.DefaultStore(Manufacturing, EFI_HII_DEFAULT_CLASS_MANUFACTURING);
+  W.VarStore(BufferGuid, 1, 32, "Setup");
+  W.VarStoreNameValue(2, NameValueGuid);
+  W.VarStoreEfi(3, VariableGuid, 7, 1, "Ignored");
+  W.Image(9);
+  W.Form(1, FormTitle, true);
+  W.Subtitle(P, H, 0);
+  W.Text(P, H, T2);
+  W.Subtitle(P + 0, H, EFI_IFR_FLAGS_HORIZONTAL);
+  W.OneOf({P, H, 0x10, 1, 4, EFI_IFR_FLAG_CALLBACK}, EFI_IFR_NUMERIC_SIZE_2, 1, 9, 1, true);
+  W.OneOfOption(P, 0, IfrValue::U16(1));
+  W.OneOfOption(P, EFI_IFR_OPTION_DEFAULT, IfrValue::U16(2), true);
+  W.Image(11);
+  W.End();
+  W.Default(EFI_HII_DEFAULT_CLASS_MANUFACTURING, IfrValue::U16(2));
+  W.End();
+  W.Numeric({P, H, 0x11, 1, 8, EFI_IFR_FLAG_READ_ONLY},
+            EFI_IFR_NUMERIC_SIZE_4 | EFI_IFR_DISPLAY_UINT_HEX, 10, 1000, 5);
+  W.Checkbox({P, H, 0x12, 1, 12, EFI_IFR_FLAG_RESET_REQUIRED}, EFI_IFR_CHECKBOX_DEFAULT);
+  W.Password({P, H, 0x13, 1, 14, EFI_IFR_FLAG_CALLBACK}, 2, 8);
+  W.String({P, H, 0x14, 2, ItemName, 0}, 1, 20, EFI_IFR_STRING_MULTI_LINE);
+  W.OrderedList({P, H, 0x15, 1, 20, 0}, 3, EFI_IFR_UNIQUE_SET, true);
+  W.OneOfOption(P, 0, IfrValue::U8(7));
+  W.OneOfOption(P, 0, IfrValue::U8(8));
+  W.End();
+  W.Date({P, H, 0x16, 1, 24, 0}, 0);
+  W.Time({P, H, 0x17, 1, 28, 0}, QF_TIME_STORAGE_TIME);
+  W.Action({P, H, 0x18, 0, 0, 0}, T2);
+  W.ResetButton({P, H, 0x19, 0, 0, 0}, EFI_HII_DEFAULT_CLASS_MANUFACTURING);
+  W.Ref({P, H, 0x1A, 0, 0, 0}, 2);
+  W.Numeric({P, H, 0x1B, 3, VariableName, 0}, EFI_IFR_NUMERIC_SIZE_1, 0, 200, 0);
+  W.Refresh(5);
+  W.Locked();
+  W.End();
+  W.Form(2, SecondTitle, true);
+  W.Image(7);
+  W.Rule(3, true).True().End();
+  W.Ref3({P, H, 0x20, 0, 0, 0}, 1, 0x11, RefTarget);
+  W.End();
+  W.End();
+
+  PublishedFormSet &Published = PublishSet(W, S);
+  Published.Driver->AddBufferStorage(BufferGuid, u"Setup", std::vector<uint8_t>(32, 0));
+  Published.Driver->AddNameValueStorage(NameValueGuid);
+  FormSet *Set = nullptr;
+  ASSERT_EQ(LoadSet(Published.Handle, SetGuid(), &Set), EFI_SUCCESS);
+  EXPECT_TRUE(Notices.empty()) << Notices.front();
+  ASSERT_NE(Set, nullptr);
+
+  // The form set.
+  EXPECT_EQ(Set->Signature, FORM_SET_SIGNATURE);
+  EXPECT_EQ(Set->FormSetTitle, Title);
+  EXPECT_EQ(Set->FormSetHelp, Help);
+  EXPECT_EQ(Set->FormSetClass, 0x1234);
+  EXPECT_EQ(Set->FormSetSubClass, 0x0002);
+  EXPECT_EQ(Set->FormSetImage, 9);
+  EXPECT_EQ(Set->IfrLength, W.Bytes().size());
+  EXPECT_EQ(Set->DriverHandle, Published.Driver->Handle());
+  EXPECT_NE(Set->ConfigAccess, nullptr);
+  EXPECT_EQ(Set->Loaded, 0) << "the caller sets Loaded";
+  ASSERT_EQ(CountOf(&Set->FormList), 2u);
+  ASSERT_EQ(CountOf(&Set->DefaultStoreList), 2u);
+  DefaultStore *First = DefaultStoreFromLink(ListFirst(&Set->DefaultStoreList));
+  EXPECT_EQ(First->Signature, DEFAULT_STORE_SIGNATURE);
+  EXPECT_EQ(First->DefaultId, EFI_HII_DEFAULT_CLASS_STANDARD);
+  EXPECT_EQ(First->DefaultName, Standard);
+  DefaultStore *Second = DefaultStoreFromLink(ListNext(&Set->DefaultStoreList, &First->Link));
+  EXPECT_EQ(Second->DefaultId, EFI_HII_DEFAULT_CLASS_MANUFACTURING);
+  EXPECT_EQ(Second->DefaultName, Manufacturing);
+
+  // The storages, in IFR order, with their headers and requests.
+  ASSERT_EQ(CountOf(&Set->StorageList), 3u);
+  Storage *Buffer = StorageAt(Set, 0);
+  EXPECT_EQ(Buffer->Signature, STORAGE_SIGNATURE);
+  EXPECT_EQ(Buffer->Kind, STORAGE_KIND_BUFFER);
+  EXPECT_EQ(Buffer->VarStoreId, 1);
+  EXPECT_TRUE(GuidIsEqual(&Buffer->Guid, &BufferGuid));
+  EXPECT_EQ(TextOf(Buffer->Name), u"Setup");
+  EXPECT_EQ(Buffer->Size, 32);
+  EXPECT_EQ(Host().Pool().SizeOf(Buffer->EditCopy), 32u);
+  EXPECT_EQ(Host().Pool().SizeOf(Buffer->StoredCopy), 32u);
+  std::u16string BufferHeader = ExpectedHeader(Published, BufferGuid, u"Setup");
+  EXPECT_EQ(TextOf(Buffer->ConfigHdr), BufferHeader);
+  // The password belongs to its driver, and the clock time to no storage.
+  EXPECT_EQ(TextOf(Buffer->ConfigRequest),
+            BufferHeader + u"&OFFSET=4&WIDTH=2&OFFSET=8&WIDTH=4&OFFSET=c&WIDTH=1"
+                           u"&OFFSET=14&WIDTH=3&OFFSET=18&WIDTH=4");
+  EXPECT_EQ(Buffer->ElementCount, 5u);
+
+  Storage *NameValue = StorageAt(Set, 1);
+  EXPECT_EQ(NameValue->Kind, STORAGE_KIND_NAME_VALUE);
+  EXPECT_EQ(NameValue->VarStoreId, 2);
+  EXPECT_TRUE(GuidIsEqual(&NameValue->Guid, &NameValueGuid));
+  EXPECT_EQ(NameValue->Name, nullptr);
+  EXPECT_EQ(NameValue->EditCopy, nullptr);
+  EXPECT_EQ(TextOf(NameValue->ConfigHdr), ExpectedHeader(Published, NameValueGuid, u""));
+  EXPECT_EQ(TextOf(NameValue->ConfigRequest),
+            ExpectedHeader(Published, NameValueGuid, u"") + u"&Item");
+  EXPECT_EQ(NameValue->ElementCount, 1u);
+  ASSERT_EQ(CountOf(&NameValue->NameValues), 1u);
+  NameValueNode *Node = NameValueNodeFromLink(ListFirst(&NameValue->NameValues));
+  EXPECT_EQ(Node->Signature, NAME_VALUE_NODE_SIGNATURE);
+  EXPECT_EQ(TextOf(Node->Name), u"Item");
+
+  Storage *Variable = StorageAt(Set, 2);
+  EXPECT_EQ(Variable->Kind, STORAGE_KIND_EFI_VARIABLE);
+  EXPECT_EQ(Variable->VarStoreId, 3);
+  EXPECT_TRUE(GuidIsEqual(&Variable->Guid, &VariableGuid));
+  EXPECT_EQ(Variable->Attributes, 7u);
+  EXPECT_EQ(Variable->Name, nullptr);
+  EXPECT_EQ(Variable->Size, 0);
+  EXPECT_EQ(Variable->ConfigHdr, nullptr);
+  EXPECT_EQ(Variable->ConfigRequest, nullptr);
+  EXPECT_EQ(Variable->ElementCount, 0u);
+
+  // The first form and its statements.
+  Form *One = FormAt(Set, 0);
+  EXPECT_EQ(One->Signature, FORM_SIGNATURE);
+  EXPECT_EQ(One->FormId, 1);
+  EXPECT_EQ(One->FormTitle, FormTitle);
+  EXPECT_EQ(TextOf(One->FormTitleText), u"First form");
+  EXPECT_EQ(CountOf(&One->ExpressionList), 0u);
+  ASSERT_EQ(CountOf(&One->StatementList), 16u);
+
+  Statement *Subtitle = StatementAt(One, 0);
+  EXPECT_EQ(Subtitle->Signature, STATEMENT_SIGNATURE);
+  EXPECT_EQ(Subtitle->Opcode, EFI_IFR_SUBTITLE_OP);
+  EXPECT_EQ(Subtitle->Prompt, P);
+  EXPECT_EQ(Subtitle->Help, H);
+  EXPECT_EQ(Subtitle->QuestionId, 0);
+
+  Statement *Text = StatementAt(One, 1);
+  EXPECT_EQ(Text->Opcode, EFI_IFR_TEXT_OP);
+  EXPECT_EQ(Text->TextTwo, T2);
+  EXPECT_EQ(Text->Value.Type, 0);
+  EXPECT_EQ(NumberOf(Text->Value), 0u);
+
+  // A subtitle after other statements has a companion with no prompt in front of it.
+  Statement *Companion = StatementAt(One, 2);
+  EXPECT_EQ(Companion->Opcode, EFI_IFR_SUBTITLE_OP);
+  EXPECT_EQ(Companion->Prompt, 0);
+  EXPECT_EQ(Companion->Help, H);
+  EXPECT_EQ(Companion->Flags, EFI_IFR_FLAGS_HORIZONTAL);
+  Statement *Subtitle2 = StatementAt(One, 3);
+  EXPECT_EQ(Subtitle2->Prompt, P);
+  EXPECT_EQ(Subtitle2->Flags, EFI_IFR_FLAGS_HORIZONTAL);
+
+  Statement *OneOf = StatementAt(One, 4);
+  EXPECT_EQ(OneOf->Opcode, EFI_IFR_ONE_OF_OP);
+  EXPECT_EQ(OneOf->QuestionId, 0x10);
+  EXPECT_EQ(OneOf->VarStoreId, 1);
+  EXPECT_EQ(OneOf->Storage, Buffer);
+  EXPECT_EQ(OneOf->VarStoreInfo, 4);
+  EXPECT_EQ(OneOf->QuestionFlags, EFI_IFR_FLAG_CALLBACK);
+  EXPECT_EQ(OneOf->Flags, EFI_IFR_NUMERIC_SIZE_2);
+  EXPECT_EQ(OneOf->Value.Type, EFI_IFR_TYPE_NUM_SIZE_16);
+  EXPECT_EQ(OneOf->ValueBytes, 2);
+  EXPECT_EQ(OneOf->ValueBuffer, nullptr);
+  EXPECT_EQ(OneOf->Minimum, 1u);
+  EXPECT_EQ(OneOf->Maximum, 9u);
+  EXPECT_EQ(OneOf->Step, 1u);
+  EXPECT_EQ(OneOf->ItemName, nullptr);
+  ASSERT_EQ(CountOf(&OneOf->QuestionOptionList), 2u);
+  QuestionOption *Option = OptionAt(OneOf, 1);
+  EXPECT_EQ(Option->Signature, QUESTION_OPTION_SIGNATURE);
+  EXPECT_EQ(Option->Text, P);
+  EXPECT_EQ(Option->Flags, EFI_IFR_OPTION_DEFAULT);
+  EXPECT_EQ(Option->Value.Type, EFI_IFR_TYPE_NUM_SIZE_16);
+  EXPECT_EQ(NumberOf(Option->Value), 2u);
+  EXPECT_EQ(Option->ImageId, 11) << "an image in an option's scope is the option's";
+  EXPECT_EQ(OptionAt(OneOf, 0)->ImageId, 0);
+  ASSERT_EQ(CountOf(&OneOf->QuestionDefaultList), 1u);
+  QuestionDefault *Default = DefaultAt(OneOf, 0);
+  EXPECT_EQ(Default->Signature, QUESTION_DEFAULT_SIGNATURE);
+  EXPECT_EQ(Default->DefaultId, EFI_HII_DEFAULT_CLASS_MANUFACTURING);
+  EXPECT_EQ(Default->Value.Type, EFI_IFR_TYPE_NUM_SIZE_16);
+  EXPECT_EQ(NumberOf(Default->Value), 2u);
+  EXPECT_EQ(Default->ComputedValue, nullptr);
+
+  Statement *Numeric = StatementAt(One, 5);
+  EXPECT_EQ(Numeric->Opcode, EFI_IFR_NUMERIC_OP);
+  EXPECT_EQ(Numeric->QuestionFlags, EFI_IFR_FLAG_READ_ONLY);
+  EXPECT_EQ(Numeric->Flags, EFI_IFR_NUMERIC_SIZE_4 | EFI_IFR_DISPLAY_UINT_HEX);
+  EXPECT_EQ(Numeric->Value.Type, EFI_IFR_TYPE_NUM_SIZE_32);
+  EXPECT_EQ(Numeric->ValueBytes, 4);
+  EXPECT_EQ(Numeric->Minimum, 10u);
+  EXPECT_EQ(Numeric->Maximum, 1000u);
+  EXPECT_EQ(Numeric->Step, 5u);
+
+  Statement *Checkbox = StatementAt(One, 6);
+  EXPECT_EQ(Checkbox->Opcode, EFI_IFR_CHECKBOX_OP);
+  EXPECT_EQ(Checkbox->QuestionFlags, EFI_IFR_FLAG_RESET_REQUIRED);
+  EXPECT_EQ(Checkbox->Flags, EFI_IFR_CHECKBOX_DEFAULT);
+  EXPECT_EQ(Checkbox->Value.Type, EFI_IFR_TYPE_BOOLEAN);
+  EXPECT_EQ(Checkbox->ValueBytes, 1);
+
+  Statement *Password = StatementAt(One, 7);
+  EXPECT_EQ(Password->Opcode, EFI_IFR_PASSWORD_OP);
+  EXPECT_EQ(Password->Minimum, 2u);
+  EXPECT_EQ(Password->Maximum, 8u);
+  EXPECT_EQ(Password->Value.Type, EFI_IFR_TYPE_STRING);
+  EXPECT_EQ(Password->ValueBytes, 16);
+  EXPECT_EQ(Host().Pool().SizeOf(Password->ValueBuffer), 18u);
+
+  Statement *String = StatementAt(One, 8);
+  EXPECT_EQ(String->Opcode, EFI_IFR_STRING_OP);
+  EXPECT_EQ(String->Storage, NameValue);
+  EXPECT_EQ(TextOf(String->ItemName), u"Item");
+  EXPECT_EQ(String->Minimum, 1u);
+  EXPECT_EQ(String->Maximum, 20u);
+  EXPECT_EQ(String->Flags, EFI_IFR_STRING_MULTI_LINE);
+  EXPECT_EQ(String->Value.Type, EFI_IFR_TYPE_STRING);
+  EXPECT_EQ(String->ValueBytes, 40);
+  EXPECT_EQ(Host().Pool().SizeOf(String->ValueBuffer), 42u);
+
+  Statement *Ordered = StatementAt(One, 9);
+  EXPECT_EQ(Ordered->Opcode, EFI_IFR_ORDERED_LIST_OP);
+  EXPECT_EQ(Ordered->MaxContainers, 3);
+  EXPECT_EQ(Ordered->Flags, EFI_IFR_UNIQUE_SET);
+  EXPECT_EQ(Ordered->Value.Type, EFI_IFR_TYPE_OTHER);
+  EXPECT_EQ(Ordered->ValueBytes, 3);
+  EXPECT_EQ(Host().Pool().SizeOf(Ordered->ValueBuffer), 3u);
+  EXPECT_EQ(CountOf(&Ordered->QuestionOptionList), 2u);
+
+  Statement *Date = StatementAt(One, 10);
+  EXPECT_EQ(Date->Opcode, EFI_IFR_DATE_OP);
+  EXPECT_EQ(Date->Value.Type, EFI_IFR_TYPE_DATE);
+  EXPECT_EQ(Date->ValueBytes, 4);
+  EXPECT_EQ(Date->Storage, Buffer);
+
+  // A time on the clock is bound to no storage, whatever its header names.
+  Statement *Time = StatementAt(One, 11);
+  EXPECT_EQ(Time->Opcode, EFI_IFR_TIME_OP);
+  EXPECT_EQ(Time->Value.Type, EFI_IFR_TYPE_TIME);
+  EXPECT_EQ(Time->Storage, nullptr);
+  EXPECT_EQ(Time->ValueBytes, 0);
+  EXPECT_EQ(Time->Flags, QF_TIME_STORAGE_TIME);
+
+  Statement *Action = StatementAt(One, 12);
+  EXPECT_EQ(Action->Opcode, EFI_IFR_ACTION_OP);
+  EXPECT_EQ(Action->QuestionId, 0x18);
+  EXPECT_EQ(Action->QuestionConfig, T2);
+  EXPECT_EQ(Action->ActionOnKey, 0);
+
+  Statement *Reset = StatementAt(One, 13);
+  EXPECT_EQ(Reset->Opcode, EFI_IFR_RESET_BUTTON_OP);
+  EXPECT_EQ(Reset->QuestionId, 0x19);
+  EXPECT_EQ(Reset->DefaultId, EFI_HII_DEFAULT_CLASS_MANUFACTURING);
+
+  Statement *Ref = StatementAt(One, 14);
+  EXPECT_EQ(Ref->Opcode, EFI_IFR_REF_OP);
+  EXPECT_EQ(Ref->RefFormId, 2);
+
+  Statement *OnVariable = StatementAt(One, 15);
+  EXPECT_EQ(OnVariable->Storage, Variable);
+  EXPECT_EQ(TextOf(OnVariable->ItemName), u"Level");
+  EXPECT_EQ(OnVariable->RefreshInterval, 5);
+  EXPECT_EQ(OnVariable->Value.Type, EFI_IFR_TYPE_NUM_SIZE_8);
+
+  // The second form: its image, its rule, and a reference of 33 bytes.
+  Form *Two = FormAt(Set, 1);
+  EXPECT_EQ(Two->FormId, 2);
+  EXPECT_EQ(Two->FormImage, 7);
+  ASSERT_EQ(CountOf(&Two->ExpressionList), 1u);
+  Expression *Rule = ExpressionAt(&Two->ExpressionList, 0);
+  EXPECT_EQ(Rule->Signature, EXPRESSION_SIGNATURE);
+  EXPECT_EQ(Rule->ExpressionType, EXPRESSION_RULE);
+  EXPECT_EQ(Rule->RuleId, 3);
+  ASSERT_EQ(CountOf(&Rule->OpcodeList), 1u);
+  ExpressionOpcode *Op = ExpressionOpcodeFromLink(ListFirst(&Rule->OpcodeList));
+  EXPECT_EQ(Op->Signature, EXPRESSION_OPCODE_SIGNATURE);
+  EXPECT_EQ(Op->Opcode, EFI_IFR_TRUE_OP);
+  EXPECT_EQ(Op->Value.Type, EFI_IFR_TYPE_BOOLEAN);
+  EXPECT_EQ(NumberOf(Op->Value), 1u);
+  Statement *Ref3 = StatementAt(Two, 0);
+  EXPECT_EQ(Ref3->RefFormId, 1);
+  EXPECT_EQ(Ref3->RefQuestionId, 0x11);
+  EXPECT_TRUE(GuidIsEqual(&Ref3->RefFormSetId, &RefTarget));
+  EXPECT_EQ(Ref3->RefDevicePath, 0);
+
+  ReleaseFormSet(Set);
+}
+
+TEST_F(ParserTest, ReferencesReadWhatTheirLengthHolds) {
+  struct Case {
+    const char *Name;
+    std::function<void(IfrWriter &)> Write;
+    EFI_FORM_ID Form;
+    EFI_QUESTION_ID Question;
+    bool HasGuid;
+    EFI_STRING_ID DevicePath;
+  };
+  const EFI_GUID Target = TestGuid(0x99);
+  const QuestionHeader Header = {1, 2, 0x30, 0, 0, 0};
+  const Case Cases[] = {
+      {"15 bytes", [&](IfrWriter &W) { W.Ref(Header, 5); }, 5, 0, false, 0},
+      {"17 bytes", [&](IfrWriter &W) { W.Ref2(Header, 5, 6); }, 5, 6, false, 0},
+      {"33 bytes", [&](IfrWriter &W) { W.Ref3(Header, 5, 6, Target); }, 5, 6, true, 0},
+      {"35 bytes", [&](IfrWriter &W) { W.Ref4(Header, 5, 6, Target, 3); }, 5, 6, true, 3},
+      // The bare question header is a published layout too; it names no form.
+      {"13 bytes", [&](IfrWriter &W) { W.Ref5(Header); }, 0, 0, false, 0},
+      // A layout between the published ones reads what it holds completely.
+      {"16 bytes",
+       [&](IfrWriter &W) {
+         std::vector<uint8_t> Body = kit::QuestionHeaderBytes(Header);
+         Body.insert(Body.end(), {5, 0, 9});
+         W.Raw(EFI_IFR_REF_OP, Body);
+       },
+       5, 0, false, 0},
+  };
+  for (const Case &Each : Cases) {
+    Renew();
+    Strings S;
+    FormSet *Set = LoadForm(S, Each.Write);
+    ASSERT_NE(Set, nullptr) << Each.Name;
+    Statement *Ref = StatementAt(FormAt(Set, 0), 0);
+    ASSERT_NE(Ref, nullptr) << Each.Name;
+    EXPECT_EQ(Ref->Opcode, EFI_IFR_REF_OP) << Each.Name;
+    EXPECT_EQ(Ref->QuestionId, 0x30) << Each.Name;
+    EXPECT_EQ(Ref->RefFormId, Each.Form) << Each.Name;
+    EXPECT_EQ(Ref->RefQuestionId, Each.Question) << Each.Name;
+    EFI_GUID Expected = Each.HasGuid ? Target : EFI_GUID{};
+    EXPECT_TRUE(GuidIsEqual(&Ref->RefFormSetId, &Expected)) << Each.Name;
+    EXPECT_EQ(Ref->RefDevicePath, Each.DevicePath) << Each.Name;
+    ReleaseFormSet(Set);
+  }
+}
+
+TEST_F(ParserTest, ActionConfigurationStringDependsOnTheLength) {
+  Strings S;
+  EFI_STRING_ID Config = S.Add(u"Config");
+  FormSet *Set = LoadForm(S, [&](IfrWriter &W) {
+    W.Action({1, 2, 0x40, 0, 0, 0}, std::nullopt);
+    W.Action({1, 2, 0x41, 0, 0, 0}, Config);
+  });
+  ASSERT_NE(Set, nullptr);
+  EXPECT_EQ(QuestionById(Set, 0x40)->QuestionConfig, 0);
+  EXPECT_EQ(QuestionById(Set, 0x41)->QuestionConfig, Config);
+  ReleaseFormSet(Set);
+}
+
+TEST_F(ParserTest, ActionKeyRangeMarksActionsAndRunsIntoTheNextParse) {
+  Strings S;
+  FormSet *Set = LoadForm(S, [&](IfrWriter &W) {
+    W.Action({1, 2, 0x40, 0, 0, 0}, std::nullopt);
+    W.ActionKeyBegin();
+    W.Action({1, 2, 0x41, 0, 0, 0}, std::nullopt);
+    // Only actions take the mark.
+    W.Checkbox({1, 2, 0x42, 0, 0, 0});
+    W.ActionKeyEnd();
+    W.Action({1, 2, 0x43, 0, 0, 0}, std::nullopt);
+    W.ActionKeyBegin();
+  });
+  ASSERT_NE(Set, nullptr);
+  EXPECT_EQ(QuestionById(Set, 0x40)->ActionOnKey, 0);
+  EXPECT_EQ(QuestionById(Set, 0x41)->ActionOnKey, 1);
+  EXPECT_EQ(QuestionById(Set, 0x42)->ActionOnKey, 0);
+  EXPECT_EQ(QuestionById(Set, 0x43)->ActionOnKey, 0);
+  ReleaseFormSet(Set);
+  EXPECT_TRUE(ActionOnKeyOpen) << "the range left open stays open";
+
+  // The next form set parsed begins inside the range.
+  IfrWriter W;
+  W.FormSet(TestGuid(0x41), S.Add(u"Next"), 0, {}, true);
+  W.Form(1, 1, true).Action({1, 2, 0x50, 0, 0, 0}, std::nullopt).End().End();
+  PublishedFormSet &Next = Publish(W, S, TestGuid(0x41));
+  FormSet *NextSet = nullptr;
+  ASSERT_EQ(LoadSet(Next.Handle, TestGuid(0x41), &NextSet), EFI_SUCCESS);
+  EXPECT_EQ(QuestionById(NextSet, 0x50)->ActionOnKey, 1);
+  ReleaseFormSet(NextSet);
+}
+
+TEST_F(ParserTest, VendorExtensionSubcodesOtherThanClassAndSubclassDoNothing) {
+  Strings S;
+  IfrWriter W;
+  W.FormSet(SetGuid(), S.Add(u"Set"), 0, {}, true);
+  W.ExtensionLabel(0x1111);
+  W.Guid(kit::IFR_VENDOR_EXTENSION_GUID, {kit::IFR_EXTEND_OP_BANNER, 0x22, 0x22});
+  W.Guid(kit::IFR_VENDOR_EXTENSION_GUID, {kit::IFR_EXTEND_OP_TIMEOUT, 0x33, 0x33});
+  // A foreign GUID with a long body is stepped over by its length.
+  W.Guid(TestGuid(0xEE), std::vector<uint8_t>(90, EFI_IFR_END_OP));
+  W.Form(1, 1, true).Text(1, 2).End();
+  W.End();
+  FormSet *Set = Load(W, S);
+  ASSERT_NE(Set, nullptr);
+  EXPECT_EQ(Set->FormSetClass, 0);
+  EXPECT_EQ(Set->FormSetSubClass, 0);
+  EXPECT_EQ(CountOf(&FormAt(Set, 0)->StatementList), 1u);
+  ReleaseFormSet(Set);
+}
+
+TEST_F(ParserTest, OpcodesAfterTheFormSetEndAreCountedButNotParsed) {
+  Strings S;
+  IfrWriter W;
+  W.FormSet(SetGuid(), S.Add(u"Set"), 0, {}, true);
+  W.Form(1, 1, true).Text(1, 2).End();
+  W.End();
+  size_t EndOfSet = W.Bytes().size();
+  W.Form(2, 1, true).Text(1, 2).Subtitle(1, 2).True().End();
+  FormSet *Set = Load(W, S);
+  ASSERT_NE(Set, nullptr);
+  EXPECT_EQ(Set->IfrLength, EndOfSet);
+  EXPECT_EQ(CountOf(&Set->FormList), 1u);
+  // Form set, form, text, END, END; then form, text, subtitle (two slots), END; TRUE is an
+  // operator.
+  EXPECT_EQ(Set->StatementCapacity, 10u);
+  EXPECT_EQ(Set->OpcodeCapacity, 1u);
+  ReleaseFormSet(Set);
+}
+
+TEST_F(ParserTest, UnknownScopedOpcodesHaveTheirContentParsed) {
+  Strings S;
+  IfrWriter W;
+  W.FormSet(SetGuid(), S.Add(u"Set"), 0, {}, true);
+  W.Form(1, 1, true);
+  W.Raw(0x70, {1, 2, 3}, true);
+  W.Text(1, 2);
+  W.Raw(EFI_IFR_LOCKED_OP, {}, true);
+  W.Checkbox({1, 2, 0x60, 0, 0, 0});
+  W.End();
+  W.End();
+  W.VarStoreDevice(1, true).Text(3, 4).End();
+  // A subtitle's scope holds statements of the form like any other.
+  W.Subtitle(9, 0, 0, true).End();
+  W.ModalTag();
+  W.Text(5, 6);
+  W.End().End();
+  size_t EndOfSet = W.Bytes().size();
+  // Parsed, a statement outside any form would fail the load: only a balanced scope stack
+  // lets the form set's END end the walk before it.
+  W.Text(7, 8);
+  FormSet *Set = Load(W, S);
+  ASSERT_NE(Set, nullptr);
+  EXPECT_EQ(Set->IfrLength, EndOfSet);
+  Form *One = FormAt(Set, 0);
+  ASSERT_EQ(CountOf(&One->StatementList), 6u);
+  EXPECT_EQ(StatementAt(One, 0)->Opcode, EFI_IFR_TEXT_OP);
+  EXPECT_EQ(StatementAt(One, 1)->QuestionId, 0x60);
+  EXPECT_EQ(StatementAt(One, 2)->Prompt, 3);
+  EXPECT_EQ(StatementAt(One, 3)->Prompt, 0) << "the subtitle's companion";
+  EXPECT_EQ(StatementAt(One, 4)->Prompt, 9);
+  EXPECT_EQ(StatementAt(One, 5)->Prompt, 5);
+  ReleaseFormSet(Set);
+}
+
+// Disable-if: evaluated once while parsing; what it disables never enters the model.
+struct DisableCase {
+  const char *Name;
+  std::function<void(IfrWriter &)> Write;
+  std::vector<EFI_STRING_ID> Prompts; // of the statements that remain
+};
+
+TEST_F(ParserTest, DisableIfKeepsOrDropsItsScope) {
+  const DisableCase Cases[] = {
+      {"one opcode, true",
+       [](IfrWriter &W) { W.DisableIf(true).True().Text(10, 0).End().Text(11, 0); },
+       {11}},
+      {"one opcode, false",
+       [](IfrWriter &W) { W.DisableIf(true).False().Text(10, 0).End().Text(11, 0); },
+       {10, 11}},
+      {"several opcodes, the first with a scope, true",
+       [](IfrWriter &W) {
+         W.DisableIf(true).Raw(EFI_IFR_UINT8_OP, {5}, true).Uint8(5).Equal().End();
+         W.Text(10, 0).End().Text(11, 0);
+       },
+       {11}},
+      {"several opcodes, false",
+       [](IfrWriter &W) {
+         W.DisableIf(true).Raw(EFI_IFR_UINT8_OP, {5}, true).Uint8(6).Equal().End();
+         W.Text(10, 0).End().Text(11, 0);
+       },
+       {10, 11}},
+      {"a question's value at parse time is the parser's zero",
+       [](IfrWriter &W) {
+         W.Checkbox({1, 2, 0x61, 0, 0, 0});
+         W.DisableIf(true).EqIdVal(0x61, 0).Text(10, 0).End().Text(11, 0);
+       },
+       {1, 11}},
+      {"nested inside a disabled scope: only the outer END ends the skipping",
+       [](IfrWriter &W) {
+         W.DisableIf(true).True();
+         W.DisableIf(true).False().Text(10, 0).End();
+         W.Text(11, 0);
+         W.End();
+         W.Text(12, 0);
+       },
+       {12}},
+      {"nested inside a kept scope",
+       [](IfrWriter &W) {
+         W.DisableIf(true).False();
+         W.DisableIf(true).True().Text(10, 0).End();
+         W.Text(11, 0);
+         W.End();
+         W.Text(12, 0);
+       },
+       {11, 12}},
+      {"scopes of every kind inside a disabled scope stay balanced",
+       [](IfrWriter &W) {
+         W.DisableIf(true).True();
+         W.SuppressIf(true).True().OneOf({13, 0, 0x62, 0, 0, 0}, 0, 0, 1, 0, true);
+         W.OneOfOption(1, 0, IfrValue::U8(0)).End().End();
+         W.Raw(0x70, {}, true).End();
+         W.End();
+         W.Text(12, 0);
+       },
+       {12}},
+      {"a suppress-if inside a kept scope is not evaluated while parsing",
+       [](IfrWriter &W) {
+         W.DisableIf(true).False();
+         W.SuppressIf(true).EqIdVal(0x7777, 1).Text(10, 0).End();
+         W.End();
+       },
+       {10}},
+  };
+  for (const DisableCase &Each : Cases) {
+    Renew();
+    Strings S;
+    FormSet *Set = LoadForm(S, Each.Write);
+    ASSERT_NE(Set, nullptr) << Each.Name;
+    Form *One = FormAt(Set, 0);
+    std::vector<EFI_STRING_ID> Prompts;
+    LIST_FOR_EACH(Link, &One->StatementList) {
+      Prompts.push_back(StatementFromLink(Link)->Prompt);
+    }
+    EXPECT_EQ(Prompts, Each.Prompts) << Each.Name;
+    // A disable expression joins no list.
+    LIST_FOR_EACH(Link, &One->ExpressionList) {
+      EXPECT_NE(ExpressionFromLink(Link)->ExpressionType, EXPRESSION_DISABLE_IF) << Each.Name;
+    }
+    ReleaseFormSet(Set);
+  }
+}
+
+TEST_F(ParserTest, SuppressIfBindsOptionsInsideAOneOfAndTheStatementAroundIt) {
+  Strings S;
+  FormSet *Set = LoadForm(S, [&](IfrWriter &W) {
+    // Inside the one-of: the options that follow, not the statement.
+    W.OneOf({1, 2, 0x70, 0, 0, 0}, 0, 0, 9, 1, true);
+    W.OneOfOption(3, 0, IfrValue::U8(0));
+    W.SuppressIf(true).EqIdVal(0x70, 1);
+    W.OneOfOption(4, 0, IfrValue::U8(1));
+    W.End();
+    W.OneOfOption(5, 0, IfrValue::U8(2));
+    W.End();
+    // Around a one-of: the statement, not its options.
+    W.SuppressIf(true).True();
+    W.OneOf({1, 2, 0x71, 0, 0, 0}, 0, 0, 9, 1, true);
+    W.OneOfOption(6, 0, IfrValue::U8(0));
+    W.End();
+    W.End();
+    W.Text(7, 0);
+    // Gray-out binds statements the same way.
+    W.GrayOutIf(true).True().Checkbox({1, 2, 0x72, 0, 0, 0}).End();
+    // A numeric with options in its scope opens no option scope.
+    W.Numeric({1, 2, 0x73, 0, 0, 0}, 0, 0, 9, 1, true);
+    W.SuppressIf(true).True().OneOfOption(8, 0, IfrValue::U8(0)).End();
+    W.End();
+    W.Text(9, 0);
+  });
+  ASSERT_NE(Set, nullptr);
+  Form *One = FormAt(Set, 0);
+  ASSERT_EQ(CountOf(&One->ExpressionList), 4u);
+  Expression *Inside = ExpressionAt(&One->ExpressionList, 0);
+  Expression *Around = ExpressionAt(&One->ExpressionList, 1);
+  Expression *Gray = ExpressionAt(&One->ExpressionList, 2);
+  EXPECT_EQ(Inside->ExpressionType, EXPRESSION_SUPPRESS_IF);
+  EXPECT_EQ(Around->ExpressionType, EXPRESSION_SUPPRESS_IF);
+  EXPECT_EQ(Gray->ExpressionType, EXPRESSION_GRAY_OUT_IF);
+
+  Statement *First = QuestionById(Set, 0x70);
+  EXPECT_EQ(First->SuppressCondition, nullptr);
+  EXPECT_EQ(OptionAt(First, 0)->SuppressCondition, nullptr);
+  EXPECT_EQ(OptionAt(First, 1)->SuppressCondition, Inside);
+  EXPECT_EQ(OptionAt(First, 2)->SuppressCondition, nullptr);
+
+  Statement *Second = QuestionById(Set, 0x71);
+  EXPECT_EQ(Second->SuppressCondition, Around);
+  EXPECT_EQ(OptionAt(Second, 0)->SuppressCondition, nullptr);
+  EXPECT_EQ(StatementAt(One, 2)->SuppressCondition, nullptr) << "the END outside closed it";
+
+  Statement *Grayed = QuestionById(Set, 0x72);
+  EXPECT_EQ(Grayed->GrayOutCondition, Gray);
+  EXPECT_EQ(Grayed->SuppressCondition, nullptr);
+
+  Statement *Numeric = QuestionById(Set, 0x73);
+  EXPECT_EQ(Numeric->SuppressCondition, nullptr);
+  EXPECT_EQ(OptionAt(Numeric, 0)->SuppressCondition, nullptr)
+      << "the suppress-if was a form-level one";
+  EXPECT_EQ(StatementAt(One, 5)->Prompt, 9);
+  EXPECT_EQ(StatementAt(One, 5)->SuppressCondition, nullptr) << "and its END closed it";
+  ReleaseFormSet(Set);
+}
+
+TEST_F(ParserTest, AnInnerConditionEndsTheOuterOneForWhatFollows) {
+  Strings S;
+  FormSet *Set = LoadForm(S, [&](IfrWriter &W) {
+    W.SuppressIf(true).True().Text(1, 0);
+    W.SuppressIf(true).False().Text(2, 0).End();
+    W.Text(3, 0);
+    W.End();
+    W.Text(4, 0);
+    W.GrayOutIf(true).True().Text(5, 0);
+    W.GrayOutIf(true).False().Text(6, 0).End();
+    W.Text(7, 0);
+    W.End();
+  });
+  ASSERT_NE(Set, nullptr);
+  Form *One = FormAt(Set, 0);
+  ASSERT_EQ(CountOf(&One->ExpressionList), 4u);
+  Expression *Outer = ExpressionAt(&One->ExpressionList, 0);
+  Expression *Inner = ExpressionAt(&One->ExpressionList, 1);
+  Expression *OuterGray = ExpressionAt(&One->ExpressionList, 2);
+  Expression *InnerGray = ExpressionAt(&One->ExpressionList, 3);
+  EXPECT_EQ(StatementAt(One, 0)->SuppressCondition, Outer);
+  EXPECT_EQ(StatementAt(One, 1)->SuppressCondition, Inner);
+  EXPECT_EQ(StatementAt(One, 2)->SuppressCondition, nullptr);
+  EXPECT_EQ(StatementAt(One, 3)->SuppressCondition, nullptr);
+  EXPECT_EQ(StatementAt(One, 4)->GrayOutCondition, OuterGray);
+  EXPECT_EQ(StatementAt(One, 5)->GrayOutCondition, InnerGray);
+  EXPECT_EQ(StatementAt(One, 6)->GrayOutCondition, nullptr);
+  ReleaseFormSet(Set);
+}
+
+TEST_F(ParserTest, ExpressionsOfEveryKindJoinTheirOwners) {
+  Strings S;
+  EFI_STRING_ID Error = S.Add(u"Wrong");
+  EFI_STRING_ID Refused = S.Add(u"Refused");
+  FormSet *Set = LoadForm(S, [&](IfrWriter &W) {
+    W.Numeric({1, 2, 0x80, 0, 0, 0}, EFI_IFR_NUMERIC_SIZE_1, 0, 9, 1, true);
+    W.InconsistentIf(Error, true).EqIdVal(0x80, 3).End();
+    W.NoSubmitIf(Refused, true).EqIdValList(0x80, {4, 5, 6}).End();
+    W.Default(EFI_HII_DEFAULT_CLASS_STANDARD, IfrValue::U8(1));
+    W.Default2(EFI_HII_DEFAULT_CLASS_MANUFACTURING, EFI_IFR_TYPE_NUM_SIZE_8, true);
+    W.Value(true).Uint8(7).End();
+    W.End();
+    W.End();
+    W.Numeric({1, 2, 0x81, 0, 0, 0}, EFI_IFR_NUMERIC_SIZE_1, 0, 9, 1, true);
+    W.Value(true).QuestionRef1(0x80).End();
+    W.End();
+    W.Rule(9, true).This().End();
+  });
+  ASSERT_NE(Set, nullptr);
+  Form *One = FormAt(Set, 0);
+  Statement *First = QuestionById(Set, 0x80);
+  ASSERT_EQ(CountOf(&First->InconsistentIfList), 1u);
+  Expression *Inconsistent = ExpressionAt(&First->InconsistentIfList, 0);
+  EXPECT_EQ(Inconsistent->ExpressionType, EXPRESSION_INCONSISTENT_IF);
+  EXPECT_EQ(Inconsistent->Error, Error);
+  ExpressionOpcode *EqIdVal = ExpressionOpcodeFromLink(ListFirst(&Inconsistent->OpcodeList));
+  EXPECT_EQ(EqIdVal->Opcode, EFI_IFR_EQ_ID_VAL_OP);
+  EXPECT_EQ(EqIdVal->QuestionId, 0x80);
+  EXPECT_EQ(EqIdVal->Value.Type, EFI_IFR_TYPE_NUM_SIZE_16);
+  EXPECT_EQ(NumberOf(EqIdVal->Value), 3u);
+
+  ASSERT_EQ(CountOf(&First->NoSubmitIfList), 1u);
+  Expression *NoSubmit = ExpressionAt(&First->NoSubmitIfList, 0);
+  EXPECT_EQ(NoSubmit->ExpressionType, EXPRESSION_NO_SUBMIT_IF);
+  EXPECT_EQ(NoSubmit->Error, Refused);
+  ExpressionOpcode *List = ExpressionOpcodeFromLink(ListFirst(&NoSubmit->OpcodeList));
+  EXPECT_EQ(List->Opcode, EFI_IFR_EQ_ID_VAL_LIST_OP);
+  ASSERT_EQ(List->ListLength, 3);
+  EXPECT_EQ(Host().Pool().SizeOf(List->ValueList), 6u);
+  EXPECT_EQ(List->ValueList[0], 4);
+  EXPECT_EQ(List->ValueList[2], 6);
+
+  // A value inside a default's scope computes the default, not the question.
+  ASSERT_EQ(CountOf(&First->QuestionDefaultList), 2u);
+  EXPECT_EQ(DefaultAt(First, 0)->ComputedValue, nullptr);
+  Expression *DefaultValue = DefaultAt(First, 1)->ComputedValue;
+  ASSERT_NE(DefaultValue, nullptr);
+  EXPECT_EQ(DefaultValue->ExpressionType, EXPRESSION_VALUE);
+  EXPECT_EQ(DefaultAt(First, 1)->Value.Type, EFI_IFR_TYPE_NUM_SIZE_8);
+  EXPECT_EQ(First->ComputedValue, nullptr);
+
+  Statement *Second = QuestionById(Set, 0x81);
+  ASSERT_NE(Second->ComputedValue, nullptr);
+  EXPECT_EQ(Second->ComputedValue->ExpressionType, EXPRESSION_VALUE);
+
+  // The form's list: the two values and the rule, in IFR order; the question rules are the
+  // statement's own.
+  ASSERT_EQ(CountOf(&One->ExpressionList), 3u);
+  EXPECT_EQ(ExpressionAt(&One->ExpressionList, 0), DefaultValue);
+  EXPECT_EQ(ExpressionAt(&One->ExpressionList, 1), Second->ComputedValue);
+  Expression *Rule = ExpressionAt(&One->ExpressionList, 2);
+  EXPECT_EQ(Rule->ExpressionType, EXPRESSION_RULE);
+  ExpressionOpcode *This = ExpressionOpcodeFromLink(ListFirst(&Rule->OpcodeList));
+  EXPECT_EQ(This->Opcode, EFI_IFR_THIS_OP);
+  EXPECT_EQ(This->QuestionId, 0x81) << "THIS is the statement made last";
+  ReleaseFormSet(Set);
+}
+
+TEST_F(ParserTest, ExpressionOpcodesKeepTheirFields) {
+  Strings S;
+  const EFI_GUID Permission = TestGuid(0xAB);
+  FormSet *Set = LoadForm(S, [&](IfrWriter &W) {
+    W.Rule(1, true);
+    W.EqIdId(0x11, 0x22).Version().RuleRef(4).QuestionRef1(0x33);
+    W.Uint8(0xF1).Uint16(0xF123).Uint32(0xF1234567).Uint64(0xF123456789ABCDEFull);
+    W.False().ToString(2).Find(1).StringRef1(0x44).QuestionRef3(0x55, Permission);
+    W.Zero().One().Ones().Undefined().Span(1).Security(Permission).QuestionRef3(0x66);
+    W.QuestionRef3();
+    W.End();
+  });
+  ASSERT_NE(Set, nullptr);
+  Expression *Rule = ExpressionAt(&FormAt(Set, 0)->ExpressionList, 0);
+  std::vector<ExpressionOpcode *> Ops;
+  LIST_FOR_EACH(Link, &Rule->OpcodeList) {
+    Ops.push_back(ExpressionOpcodeFromLink(Link));
+  }
+  ASSERT_EQ(Ops.size(), 21u);
+  struct Expect {
+    UINT8 Opcode;
+    UINT8 Type;
+    UINT64 Value;
+  };
+  const Expect Values[] = {
+      {EFI_IFR_EQ_ID_ID_OP, 0, 0},
+      {EFI_IFR_VERSION_OP, EFI_IFR_TYPE_NUM_SIZE_16, 0x0200},
+      {EFI_IFR_RULE_REF_OP, 0, 0},
+      {EFI_IFR_QUESTION_REF1_OP, 0, 0},
+      {EFI_IFR_UINT8_OP, EFI_IFR_TYPE_NUM_SIZE_8, 0xF1},
+      {EFI_IFR_UINT16_OP, EFI_IFR_TYPE_NUM_SIZE_16, 0xF123},
+      {EFI_IFR_UINT32_OP, EFI_IFR_TYPE_NUM_SIZE_32, 0xF1234567},
+      {EFI_IFR_UINT64_OP, EFI_IFR_TYPE_NUM_SIZE_64, 0xF123456789ABCDEFull},
+      {EFI_IFR_FALSE_OP, EFI_IFR_TYPE_BOOLEAN, 0},
+      {EFI_IFR_TO_STRING_OP, 0, 0},
+      {EFI_IFR_FIND_OP, 0, 0},
+      {EFI_IFR_STRING_REF1_OP, EFI_IFR_TYPE_STRING, 0x44},
+      {EFI_IFR_QUESTION_REF3_OP, 0, 0},
+      {EFI_IFR_ZERO_OP, EFI_IFR_TYPE_NUM_SIZE_8, 0},
+      {EFI_IFR_ONE_OP, EFI_IFR_TYPE_NUM_SIZE_8, 1},
+      {EFI_IFR_ONES_OP, EFI_IFR_TYPE_NUM_SIZE_64, ~0ull},
+      {EFI_IFR_UNDEFINED_OP, EFI_IFR_TYPE_OTHER, 0},
+      {EFI_IFR_SPAN_OP, 0, 0},
+      {EFI_IFR_SECURITY_OP, 0, 0},
+      {EFI_IFR_QUESTION_REF3_OP, 0, 0},
+      {EFI_IFR_QUESTION_REF3_OP, 0, 0},
+  };
+  for (size_t Index = 0; Index < Ops.size(); Index++) {
+    EXPECT_EQ(Ops[Index]->Opcode, Values[Index].Opcode) << Index;
+    EXPECT_EQ(Ops[Index]->Value.Type, Values[Index].Type) << Index;
+    EXPECT_EQ(NumberOf(Ops[Index]->Value), Values[Index].Value) << Index;
+  }
+  EXPECT_EQ(Ops[0]->QuestionId, 0x11);
+  EXPECT_EQ(Ops[0]->QuestionId2, 0x22);
+  EXPECT_EQ(Ops[2]->RuleId, 4);
+  EXPECT_EQ(Ops[3]->QuestionId, 0x33);
+  EXPECT_EQ(Ops[9]->Format, 2);
+  EXPECT_EQ(Ops[10]->Format, 1);
+  EXPECT_EQ(Ops[12]->DevicePath, 0x55);
+  EXPECT_TRUE(GuidIsEqual(&Ops[12]->Guid, &Permission));
+  EXPECT_EQ(Ops[17]->Flags, 1);
+  EXPECT_TRUE(GuidIsEqual(&Ops[18]->Guid, &Permission));
+  EXPECT_EQ(Ops[19]->DevicePath, 0x66);
+  EFI_GUID Zero = {};
+  EXPECT_TRUE(GuidIsEqual(&Ops[19]->Guid, &Zero));
+  EXPECT_EQ(Ops[20]->DevicePath, 0);
+  ReleaseFormSet(Set);
+}
+
+TEST_F(ParserTest, OptionAndDefaultValuesAreNormalised) {
+  Strings S;
+  FormSet *Set = LoadForm(S, [&](IfrWriter &W) {
+    W.OneOf({1, 2, 0x90, 0, 0, 0}, 0, 0, 9, 1, true);
+    // Eight bytes follow the type whatever it is; only the type's width stays.
+    W.OneOfOption(3, 0, IfrValue::Raw(EFI_IFR_TYPE_NUM_SIZE_8, {5, 1, 2, 3, 4, 5, 6, 7}));
+    W.OneOfOption(3, 0, IfrValue::Raw(EFI_IFR_TYPE_TIME, {1, 2, 3, 4, 5, 6, 7, 8}));
+    W.OneOfOption(3, 0, IfrValue::Raw(EFI_IFR_TYPE_STRING, {9, 0, 3, 4, 5, 6, 7, 8}));
+    W.Default(0, IfrValue::Raw(EFI_IFR_TYPE_NUM_SIZE_16, {1, 2, 3, 4, 5, 6, 7, 8}));
+    W.Default(1, IfrValue::Raw(EFI_IFR_TYPE_DATE, {1, 2, 3, 4, 5, 6, 7, 8}));
+    W.End();
+  });
+  ASSERT_NE(Set, nullptr);
+  Statement *Question = QuestionById(Set, 0x90);
+  EXPECT_EQ(NumberOf(OptionAt(Question, 0)->Value), 5u);
+  EXPECT_EQ(NumberOf(OptionAt(Question, 1)->Value), 0x030201u);
+  EXPECT_EQ(NumberOf(OptionAt(Question, 2)->Value), 0x0807060504030009u)
+      << "a string keeps the bytes behind its id";
+  EXPECT_EQ(NumberOf(DefaultAt(Question, 0)->Value), 0x0201u);
+  EXPECT_EQ(NumberOf(DefaultAt(Question, 1)->Value), 0x04030201u);
+  ReleaseFormSet(Set);
+}
+
+TEST_F(ParserTest, NameValueQuestionsEachMakeANodeAndLongNamesAreCutInTheRequest) {
+  Strings S;
+  EFI_STRING_ID Short = S.Add(u"Speed");
+  EFI_STRING_ID Long = S.Add(u"ABCDEFGHIJKLMNOPQRSTUVWXYZ0123456789");
+  IfrWriter W;
+  W.FormSet(SetGuid(), S.Add(u"Set"), 0, {}, true);
+  W.VarStoreNameValue(2, NameValueGuid);
+  W.VarStore(BufferGuid, 1, 4, "Empty");
+  W.Form(1, 1, true);
+  W.Numeric({1, 2, 0x10, 2, Short, 0}, EFI_IFR_NUMERIC_SIZE_2, 0, 9, 1);
+  W.Numeric({1, 2, 0x11, 2, Short, 0}, EFI_IFR_NUMERIC_SIZE_2, 0, 9, 1);
+  W.Checkbox({1, 2, 0x12, 2, Long, 0});
+  W.End().End();
+  PublishedFormSet &Published = PublishSet(W, S);
+  Published.Driver->AddNameValueStorage(NameValueGuid);
+  Published.Driver->AddBufferStorage(BufferGuid, u"Empty", std::vector<uint8_t>(4, 0));
+  FormSet *Set = nullptr;
+  ASSERT_EQ(LoadSet(Published.Handle, SetGuid(), &Set), EFI_SUCCESS);
+  Storage *NameValue = StorageAt(Set, 0);
+  EXPECT_EQ(CountOf(&NameValue->NameValues), 3u) << "two questions of one name make two nodes";
+  EXPECT_EQ(TextOf(NameValue->ConfigRequest), ExpectedHeader(Published, NameValueGuid, u"") +
+                                                  u"&Speed&Speed&ABCDEFGHIJKLMNOPQRSTUVWXYZ01");
+  EXPECT_EQ(NameValue->ElementCount, 3u);
+  EXPECT_EQ(TextOf(QuestionById(Set, 0x12)->ItemName), u"ABCDEFGHIJKLMNOPQRSTUVWXYZ0123456789");
+  NameValueNode *Last = NameValueNodeFromLink(NameValue->NameValues.Back);
+  EXPECT_EQ(TextOf(Last->Name), u"ABCDEFGHIJKLMNOPQRSTUVWXYZ0123456789");
+  // A storage that no question uses asks for nothing.
+  Storage *Empty = StorageAt(Set, 1);
+  EXPECT_EQ(Empty->ElementCount, 0u);
+  EXPECT_EQ(TextOf(Empty->ConfigRequest), TextOf(Empty->ConfigHdr));
+  EXPECT_EQ(Published.Driver->ExtractCount, 1u) << "only the name-value storage is fetched";
+  ReleaseFormSet(Set);
+}
+
+TEST_F(ParserTest, ManyQuestionsGrowTheRequestWithoutLosingAnElement) {
+  Strings S;
+  IfrWriter W;
+  W.FormSet(SetGuid(), S.Add(u"Set"), 0, {}, true);
+  W.VarStore(BufferGuid, 1, 0x800, "Big");
+  W.Form(1, 1, true);
+  for (UINT16 Index = 0; Index < 300; Index++) {
+    W.Checkbox({1, 2, static_cast<EFI_QUESTION_ID>(0x100 + Index), 1, Index, 0});
+  }
+  W.End().End();
+  PublishedFormSet &Published = PublishSet(W, S);
+  Published.Driver->AddBufferStorage(BufferGuid, u"Big", std::vector<uint8_t>(0x800, 0));
+  FormSet *Set = nullptr;
+  ASSERT_EQ(LoadSet(Published.Handle, SetGuid(), &Set), EFI_SUCCESS);
+  Storage *Big = StorageAt(Set, 0);
+  std::u16string Expected = ExpectedHeader(Published, BufferGuid, u"Big");
+  for (UINT16 Index = 0; Index < 300; Index++) {
+    char Element[40];
+    snprintf(Element, sizeof(Element), "&OFFSET=%x&WIDTH=1", Index);
+    Expected += FromUtf8(Element);
+  }
+  EXPECT_TRUE(TextOf(Big->ConfigRequest) == Expected) << Utf8(TextOf(Big->ConfigRequest));
+  EXPECT_EQ(Big->ElementCount, 300u);
+  ReleaseFormSet(Set);
+}
+
+TEST_F(ParserTest, TallyCountsOperatorsAndEverythingElse) {
+  IfrWriter W;
+  W.FormSet(SetGuid(), 1, 0, {}, true).Form(1, 1, true).Subtitle(1, 0).Subtitle(1, 0);
+  W.SuppressIf(true).EqIdVal(1, 1).Not().Text(1, 0).End();
+  W.Raw(0x5A, {}).Raw(0x5F, std::vector<uint8_t>(16, 0)).Raw(0x60, std::vector<uint8_t>(16, 0));
+  W.Raw(0x28, {}).Raw(0x20, {}).Raw(0x21, {}).Raw(0x2A, {}).Raw(0x59, {0}).Raw(0x5E, {});
+  W.End().End();
+  FormSet Set = {};
+  std::vector<UINT8> Bytes = W.Bytes();
+  Set.IfrData = Bytes.data();
+  Set.IfrLength = static_cast<UINT32>(Bytes.size());
+  UINT16 Statements = 0;
+  UINT16 Operators = 0;
+  TallyOpcodes(&Set, &Statements, &Operators);
+  // Form set, form, two subtitles (two slots each), suppress-if, text, END, value, GUID, END,
+  // END; the operators: EQ_ID_VAL, NOT, SECURITY, VERSION, TO_LOWER, TO_UPPER, MATCH, SPAN,
+  // CATENATE.
+  EXPECT_EQ(Statements, 13);
+  EXPECT_EQ(Operators, 9);
+  for (UINT8 Code = 0; Code < 0xFF; Code++) {
+    bool Expected = (Code >= 0x12 && Code <= 0x17) || Code == 0x20 || Code == 0x21 ||
+                    Code == 0x28 || (Code >= 0x2A && Code <= 0x59) || Code == 0x5E || Code == 0x60;
+    EXPECT_EQ(OpcodeIsOperator(Code), Expected) << static_cast<int>(Code);
+  }
+}
+
+TEST_F(ParserTest, AFormWithoutStatementsAndAQuestionWithoutStorage) {
+  Strings S;
+  IfrWriter W;
+  W.FormSet(SetGuid(), S.Add(u"Set"), 0, {}, true);
+  W.Form(1, 1, true).End();
+  W.Form(2, 1, true).Numeric({1, 2, 0x10, 0, 0x44, 0}, EFI_IFR_NUMERIC_SIZE_8, 0, 9, 1).End();
+  W.End();
+  FormSet *Set = Load(W, S);
+  ASSERT_NE(Set, nullptr);
+  EXPECT_EQ(CountOf(&FormAt(Set, 0)->StatementList), 0u);
+  Statement *Numeric = QuestionById(Set, 0x10);
+  EXPECT_EQ(Numeric->Storage, nullptr);
+  EXPECT_EQ(Numeric->VarStoreInfo, 0x44);
+  EXPECT_EQ(Numeric->ValueBytes, 8);
+  ReleaseFormSet(Set);
+}
+
+} // namespace
+} // namespace morvane::test
