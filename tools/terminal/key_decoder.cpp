@@ -1,14 +1,14 @@
 #include "tools/terminal/key_decoder.h"
 
-#include <cstring>
-
 namespace morvane::tools {
 
 namespace {
 
 constexpr char Escape = 0x1B;
-// A control sequence longer than this is garbage, not a key.
+// A control sequence longer than this is garbage, not a key; its rest is skipped.
 constexpr size_t MaximumSequence = 16;
+// Modifier and key numbers of real sequences have a few digits.
+constexpr unsigned MaximumParameter = 1000;
 
 TerminalInput KeyInput(UINT16 Scan, CHAR16 Character, UINT32 Shift = 0) {
   TerminalInput Input;
@@ -19,6 +19,7 @@ TerminalInput KeyInput(UINT16 Scan, CHAR16 Character, UINT32 Shift = 0) {
 }
 
 constexpr UINT32 AltState = EFI_SHIFT_STATE_VALID | EFI_LEFT_ALT_PRESSED;
+constexpr UINT32 ShiftState = EFI_SHIFT_STATE_VALID | EFI_LEFT_SHIFT_PRESSED;
 
 // Two-byte escape forms: the VT100+ function and editing keys of firmware consoles.
 struct ShortForm {
@@ -58,6 +59,19 @@ constexpr TildeForm TildeForms[] = {
 // The Linux console's "CSI [ A" to "CSI [ E" for F1 to F5.
 constexpr UINT16 LinuxFunctionKeys[] = {SCAN_F1, SCAN_F2, SCAN_F3, SCAN_F4, SCAN_F5};
 
+// The keypad in application mode: "SS3 j" to "SS3 y" stand for these characters.
+constexpr char KeypadCharacters[] = "*+,-./0123456789";
+
+bool IsParameterByte(unsigned char Byte) {
+  return Byte >= 0x30 && Byte <= 0x3F;
+}
+bool IsIntermediateByte(unsigned char Byte) {
+  return Byte >= 0x20 && Byte <= 0x2F;
+}
+bool IsFinalByte(unsigned char Byte) {
+  return Byte >= 0x40 && Byte <= 0x7E;
+}
+
 UINT16 ScanOfFinal(char Final) {
   for (const FinalForm &Form : FinalForms) {
     if (Form.Final == Final) {
@@ -67,23 +81,30 @@ UINT16 ScanOfFinal(char Final) {
   return SCAN_NULL;
 }
 
-TerminalInput SingleByteInput(unsigned char Byte) {
+// False for a byte that is no key: the C0 controls but those a keyboard sends for its keys.
+bool SingleByteInput(unsigned char Byte, TerminalInput *Input) {
   switch (Byte) {
   case 0x0D:
   case 0x0A:
-    return KeyInput(SCAN_NULL, CHAR_CARRIAGE_RETURN);
+    *Input = KeyInput(SCAN_NULL, CHAR_CARRIAGE_RETURN);
+    return true;
   case 0x09:
-    return KeyInput(SCAN_NULL, CHAR_TAB);
+    *Input = KeyInput(SCAN_NULL, CHAR_TAB);
+    return true;
   case 0x7F:
   case 0x08:
-    return KeyInput(SCAN_NULL, CHAR_BACKSPACE);
-  case 0x0C: {
-    TerminalInput Input;
-    Input.What = TerminalInput::Kind::Redraw;
-    return Input;
-  }
+    *Input = KeyInput(SCAN_NULL, CHAR_BACKSPACE);
+    return true;
+  case 0x0C:
+    *Input = TerminalInput();
+    Input->What = TerminalInput::Kind::Redraw;
+    return true;
   default:
-    return KeyInput(SCAN_NULL, Byte);
+    if (Byte < 0x20) {
+      return false;
+    }
+    *Input = KeyInput(SCAN_NULL, Byte);
+    return true;
   }
 }
 
@@ -112,17 +133,27 @@ uint32_t ShiftStateOfModifier(unsigned Modifier) {
 
 KeyDecoder::Match KeyDecoder::DecodeUtf8(size_t *Used, TerminalInput *Input) const {
   unsigned char Lead = static_cast<unsigned char>(Buffer[0]);
-  size_t Length = Lead >= 0xF0 ? 4 : (Lead >= 0xE0 ? 3 : (Lead >= 0xC0 ? 2 : 1));
-  if (Length == 1) {
-    // A stray continuation byte.
+  size_t Length = 0;
+  uint32_t Smallest = 0;
+  if (Lead >= 0xC2 && Lead <= 0xDF) {
+    Length = 2;
+    Smallest = 0x80;
+  } else if (Lead >= 0xE0 && Lead <= 0xEF) {
+    Length = 3;
+    Smallest = 0x800;
+  } else if (Lead >= 0xF0 && Lead <= 0xF4) {
+    Length = 4;
+    Smallest = 0x10000;
+  } else {
+    // A stray continuation byte, or a lead byte no valid character starts with.
     *Used = 1;
     return Match::None;
   }
-  if (Buffer.size() < Length) {
-    return Match::Partial;
-  }
   uint32_t Code = Lead & (0x7F >> Length);
   for (size_t Index = 1; Index < Length; Index++) {
+    if (Index >= Buffer.size()) {
+      return Match::Partial;
+    }
     unsigned char Byte = static_cast<unsigned char>(Buffer[Index]);
     if ((Byte & 0xC0) != 0x80) {
       *Used = Index;
@@ -131,6 +162,11 @@ KeyDecoder::Match KeyDecoder::DecodeUtf8(size_t *Used, TerminalInput *Input) con
     Code = (Code << 6) | (Byte & 0x3F);
   }
   *Used = Length;
+  // Overlong forms, surrogates and the C1 controls are no characters a keyboard types.
+  if (Code < Smallest || Code > 0x10FFFF || (Code >= 0xD800 && Code <= 0xDFFF) ||
+      (Code >= 0x80 && Code <= 0x9F)) {
+    return Match::None;
+  }
   // The console has no characters beyond the basic plane.
   *Input = KeyInput(SCAN_NULL, static_cast<CHAR16>(Code > 0xFFFF ? 0xFFFD : Code));
   return Match::Complete;
@@ -153,27 +189,41 @@ KeyDecoder::Match KeyDecoder::DecodeCsi(size_t *Used, TerminalInput *Input) cons
     }
     return Match::None;
   }
-  unsigned Parameters[4] = {0, 0, 0, 0};
-  size_t Count = 0;
-  bool Seen = false;
+  unsigned Parameters[2] = {0, 0};
+  // The parameter the digits go to: the number of ';' so far.
+  size_t Current = 0;
+  // Private markers and intermediate bytes belong to replies and modes, not to keys.
+  bool Foreign = false;
   for (size_t Index = 2; Index < Buffer.size(); Index++) {
-    char Byte = Buffer[Index];
+    if (Index >= MaximumSequence) {
+      *Used = Index;
+      return Match::TooLong;
+    }
+    unsigned char Byte = static_cast<unsigned char>(Buffer[Index]);
     if (Byte >= '0' && Byte <= '9') {
-      if (Count < 4 && Parameters[Count] < 1000) {
-        Parameters[Count] = Parameters[Count] * 10 + (Byte - '0');
+      if (Current < 2 && Parameters[Current] < MaximumParameter) {
+        Parameters[Current] = Parameters[Current] * 10 + (Byte - '0');
       }
-      Seen = true;
       continue;
     }
     if (Byte == ';') {
-      Count++;
+      Current++;
       continue;
     }
-    *Used = Index + 1;
-    if (Seen || Count > 0) {
-      Count++;
+    if (IsParameterByte(Byte) || IsIntermediateByte(Byte)) {
+      Foreign = true;
+      continue;
     }
-    UINT32 Shift = Count >= 2 ? ShiftStateOfModifier(Parameters[1]) : 0;
+    if (!IsFinalByte(Byte)) {
+      // A control character cuts the sequence short; it is read on its own.
+      *Used = Index;
+      return Match::None;
+    }
+    *Used = Index + 1;
+    if (Foreign) {
+      return Match::None;
+    }
+    UINT32 Shift = Current >= 1 ? ShiftStateOfModifier(Parameters[1]) : 0;
     if (Byte == '~') {
       for (const TildeForm &Form : TildeForms) {
         if (Form.Number == Parameters[0]) {
@@ -184,21 +234,49 @@ KeyDecoder::Match KeyDecoder::DecodeCsi(size_t *Used, TerminalInput *Input) cons
       return Match::None;
     }
     if (Byte == 'Z') {
-      *Input = KeyInput(SCAN_NULL, CHAR_TAB, EFI_SHIFT_STATE_VALID | EFI_LEFT_SHIFT_PRESSED);
+      *Input = KeyInput(SCAN_NULL, CHAR_TAB, ShiftState);
       return Match::Complete;
     }
-    UINT16 Scan = ScanOfFinal(Byte);
+    UINT16 Scan = ScanOfFinal(static_cast<char>(Byte));
     if (Scan == SCAN_NULL) {
       return Match::None;
     }
     *Input = KeyInput(Scan, 0, Shift);
     return Match::Complete;
   }
-  if (Buffer.size() >= MaximumSequence) {
-    *Used = Buffer.size();
+  return Match::Partial;
+}
+
+KeyDecoder::Match KeyDecoder::DecodeSs3(size_t *Used, TerminalInput *Input) const {
+  // Buffer holds ESC O ...; xterm may put a modifier between "O" and the final byte.
+  size_t At = 2;
+  unsigned Modifier = 0;
+  while (At < Buffer.size() && Buffer[At] >= '0' && Buffer[At] <= '9' && At < 4) {
+    Modifier = Modifier * 10 + (Buffer[At] - '0');
+    At++;
+  }
+  if (At >= Buffer.size()) {
+    return Match::Partial;
+  }
+  unsigned char Final = static_cast<unsigned char>(Buffer[At]);
+  if (!IsFinalByte(Final)) {
+    *Used = At;
     return Match::None;
   }
-  return Match::Partial;
+  *Used = At + 1;
+  if (UINT16 Scan = ScanOfFinal(static_cast<char>(Final)); Scan != SCAN_NULL) {
+    *Input = KeyInput(Scan, 0, ShiftStateOfModifier(Modifier));
+    return Match::Complete;
+  }
+  if (Final == 'M') {
+    *Input = KeyInput(SCAN_NULL, CHAR_CARRIAGE_RETURN);
+    return Match::Complete;
+  }
+  if (Final >= 'j' && Final <= 'y') {
+    *Input = KeyInput(SCAN_NULL, static_cast<CHAR16>(KeypadCharacters[Final - 'j']));
+    return Match::Complete;
+  }
+  return Match::None;
 }
 
 KeyDecoder::Match KeyDecoder::DecodeEscape(size_t *Used, TerminalInput *Input) const {
@@ -210,28 +288,7 @@ KeyDecoder::Match KeyDecoder::DecodeEscape(size_t *Used, TerminalInput *Input) c
     return DecodeCsi(Used, Input);
   }
   if (Second == 'O') {
-    if (Buffer.size() < 3) {
-      return Match::Partial;
-    }
-    // xterm may put a modifier digit between "O" and the final byte.
-    size_t At = 2;
-    unsigned Modifier = 0;
-    while (At < Buffer.size() && Buffer[At] >= '0' && Buffer[At] <= '9' && At < 4) {
-      Modifier = Modifier * 10 + (Buffer[At] - '0');
-      At++;
-    }
-    if (At >= Buffer.size()) {
-      return Match::Partial;
-    }
-    UINT16 Scan = ScanOfFinal(Buffer[At]);
-    if (Scan != SCAN_NULL) {
-      *Used = At + 1;
-      *Input = KeyInput(Scan, 0, ShiftStateOfModifier(Modifier));
-      return Match::Complete;
-    }
-    *Used = 2;
-    *Input = KeyInput(SCAN_NULL, u'O', AltState);
-    return Match::Complete;
+    return DecodeSs3(Used, Input);
   }
   for (const ShortForm &Form : Vt100PlusForms) {
     if (Form.Second == Second) {
@@ -264,13 +321,23 @@ KeyDecoder::Match KeyDecoder::TryDecode(size_t *Used, TerminalInput *Input) cons
     return DecodeUtf8(Used, Input);
   }
   *Used = 1;
-  *Input = SingleByteInput(Byte);
-  return Match::Complete;
+  return SingleByteInput(Byte, Input) ? Match::Complete : Match::None;
 }
 
-void KeyDecoder::Feed(const std::string &Bytes) {
-  Buffer += Bytes;
-  for (;;) {
+void KeyDecoder::Decode() {
+  while (!Buffer.empty()) {
+    if (Skipping) {
+      unsigned char Byte = static_cast<unsigned char>(Buffer[0]);
+      if (IsParameterByte(Byte) || IsIntermediateByte(Byte)) {
+        Buffer.erase(0, 1);
+        continue;
+      }
+      Skipping = false;
+      if (IsFinalByte(Byte)) {
+        Buffer.erase(0, 1);
+        continue;
+      }
+    }
     size_t Used = 0;
     TerminalInput Input;
     Match Result = TryDecode(&Used, &Input);
@@ -279,30 +346,27 @@ void KeyDecoder::Feed(const std::string &Bytes) {
     }
     if (Result == Match::Complete) {
       Ready.push_back(Input);
+    } else if (Result == Match::TooLong) {
+      Skipping = true;
     }
     Buffer.erase(0, Used > 0 ? Used : 1);
   }
 }
 
+void KeyDecoder::Feed(const std::string &Bytes) {
+  Buffer += Bytes;
+  Decode();
+}
+
 void KeyDecoder::Flush() {
-  while (!Buffer.empty()) {
-    size_t Used = 0;
-    TerminalInput Input;
-    Match Result = TryDecode(&Used, &Input);
-    if (Result == Match::Partial) {
-      // Nothing followed: a lone Esc is the key, an unfinished character is dropped.
-      if (Buffer[0] == Escape) {
-        Ready.push_back(KeyInput(SCAN_ESC, 0));
-      }
-      Buffer.erase(0, 1);
-      Feed("");
-      continue;
-    }
-    if (Result == Match::Complete) {
-      Ready.push_back(Input);
-    }
-    Buffer.erase(0, Used > 0 ? Used : 1);
+  // Decode() leaves only an unfinished sequence or character behind.
+  if (Buffer.size() == 1 && Buffer[0] == Escape) {
+    Ready.push_back(KeyInput(SCAN_ESC, 0));
+  } else if (Buffer.size() == 2 && Buffer[0] == Escape) {
+    Ready.push_back(KeyInput(SCAN_NULL, static_cast<unsigned char>(Buffer[1]), AltState));
   }
+  Buffer.clear();
+  Skipping = false;
 }
 
 bool KeyDecoder::Next(TerminalInput *Input) {

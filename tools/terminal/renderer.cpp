@@ -8,13 +8,35 @@ namespace {
 // which costs more bytes.
 constexpr unsigned GapWorthBridging = 4;
 
-// Characters the terminal cannot show as they are.
+// Characters that take no cell of their own on a terminal: combining marks, which join the
+// character before them, and invisible format characters. Written as they are, they would shift
+// the rest of the row by one.
+struct Range {
+  char16_t First;
+  char16_t Last;
+};
+constexpr Range ZeroWidth[] = {
+    {0x0300, 0x036F}, {0x0483, 0x0489}, {0x0591, 0x05BD}, {0x05BF, 0x05C7}, {0x0610, 0x061A},
+    {0x064B, 0x065F}, {0x0670, 0x0670}, {0x06D6, 0x06ED}, {0x0E31, 0x0E31}, {0x0E34, 0x0E3A},
+    {0x0E47, 0x0E4E}, {0x1160, 0x11FF}, {0x1AB0, 0x1AFF}, {0x1DC0, 0x1DFF}, {0x200B, 0x200F},
+    {0x202A, 0x202E}, {0x2060, 0x2064}, {0x20D0, 0x20FF}, {0x3099, 0x309A}, {0xFE00, 0xFE0F},
+    {0xFE20, 0xFE2F}, {0xFEFF, 0xFEFF},
+};
+
+// Characters the terminal cannot show as they are: controls (C0 and C1), which it would act
+// on, lone surrogates, non-characters and characters of no width.
 char16_t Printable(char16_t Character) {
   if (Character == 0) {
     return u' ';
   }
-  if (Character < 0x20 || Character == 0x7F || (Character >= 0xD800 && Character <= 0xDFFF)) {
+  if (Character < 0x20 || (Character >= 0x7F && Character <= 0x9F) ||
+      (Character >= 0xD800 && Character <= 0xDFFF) || Character >= 0xFFFE) {
     return u'?';
+  }
+  for (const Range &Marks : ZeroWidth) {
+    if (Character >= Marks.First && Character <= Marks.Last) {
+      return u'?';
+    }
   }
   return Character;
 }
@@ -86,7 +108,8 @@ std::string Renderer::Render(const ScreenFrame &Next) {
   std::string Out;
   bool Full = !Valid || Last.Columns != Next.Columns || Last.Rows != Next.Rows;
   if (Full) {
-    Out += "\x1b[0m";
+    // Cleared first, so nothing another program wrote stays beside a smaller frame.
+    Out += "\x1b[0m\x1b[2J";
     Colour = -1;
     PositionKnown = false;
   }

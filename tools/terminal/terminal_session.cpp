@@ -195,7 +195,7 @@ TerminalEvent TerminalSession::Wait(int TimeoutMilliseconds, std::string *Bytes)
       return Event;
     }
   }
-  if ((Watched[0].revents & (POLLIN | POLLHUP)) != 0) {
+  if ((Watched[0].revents & (POLLIN | POLLHUP | POLLERR | POLLNVAL)) != 0) {
     char Buffer[256];
     ssize_t Count = read(InputFd, Buffer, sizeof(Buffer));
     if (Count > 0) {
@@ -203,7 +203,11 @@ TerminalEvent TerminalSession::Wait(int TimeoutMilliseconds, std::string *Bytes)
       if (Event == TerminalEvent::None) {
         Event = TerminalEvent::Input;
       }
-    } else if (Count == 0 && (Watched[0].revents & POLLHUP) != 0) {
+    } else if (Count < 0 && (errno == EINTR || errno == EAGAIN)) {
+      // Nothing this time; the next wait reads it.
+    } else if (Count < 0 || (Watched[0].revents & (POLLHUP | POLLERR | POLLNVAL)) != 0) {
+      // The terminal is gone, whether it says so by a hang-up or by a read error: end as on
+      // SIGHUP instead of polling a dead descriptor forever.
       Signal = SIGHUP;
       return TerminalEvent::Terminate;
     }
