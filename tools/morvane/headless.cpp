@@ -1,6 +1,5 @@
 #include "tools/morvane/headless.h"
 
-#include "host/key_script.h"
 #include "host/key_script_runner.h"
 
 namespace morvane::tools {
@@ -21,14 +20,8 @@ void DumpScreen(const host::TextScreen &Screen, unsigned Number, DumpMode Mode, 
 }
 
 int RunHeadless(BrowserSession &Session, const SendFormRequest &Request,
-                const std::string &ScriptText, DumpMode Mode, std::ostream &Out,
+                const host::KeyScript &Script, DumpMode Mode, std::ostream &Out,
                 std::ostream &Errors) {
-  host::KeyScript Script;
-  host::KeyScriptError Error;
-  if (!host::ParseKeyScript(ScriptText, &Script, &Error)) {
-    Errors << "morvane: key script: " << Error.Describe() << "\n";
-    return ExitError;
-  }
   std::unique_ptr<host::DriverRun> Run = Session.StartSendForm(Request);
   host::TextScreen &Screen = Session.Platform().Screen();
   unsigned Dumps = 0;

@@ -6,6 +6,7 @@
 #include <ostream>
 #include <string>
 
+#include "host/key_script.h"
 #include "tools/morvane/options.h"
 #include "tools/session/browser_session.h"
 
@@ -15,9 +16,9 @@ namespace morvane::tools {
 void DumpScreen(const host::TextScreen &Screen, unsigned Number, DumpMode Mode, std::ostream &Out);
 
 // Runs the script; returns the exit code (0 when SendForm returned, 3 when the keys ran out
-// while the browser waited, 1 for a script that does not parse).
+// while the browser waited).
 int RunHeadless(BrowserSession &Session, const SendFormRequest &Request,
-                const std::string &ScriptText, DumpMode Mode, std::ostream &Out,
+                const host::KeyScript &Script, DumpMode Mode, std::ostream &Out,
                 std::ostream &Errors);
 
 } // namespace morvane::tools

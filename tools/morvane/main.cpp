@@ -1,5 +1,6 @@
 // morvane: the setup browser on a terminal, on the built-in sample platform or on the user's own
 // HII package lists; interactive, or headless with a key script for CI.
+#include <algorithm>
 #include <csignal>
 #include <ctime>
 #include <filesystem>
@@ -8,6 +9,8 @@
 #include <sstream>
 #include <unistd.h>
 
+#include "host/key_script.h"
+#include "host/kit/guid_text.h"
 #include "sample/sample_platform.h"
 #include "tools/morvane/headless.h"
 #include "tools/morvane/interactive.h"
@@ -58,31 +61,73 @@ int Fail(const std::string &Message) {
   return ExitError;
 }
 
+// The handles whose package lists hold the form set: SendForm looks for a given form set GUID in
+// every handle it is passed, so only those may go with it.
+std::vector<EFI_HII_HANDLE> HandlesWithFormSet(EFI_HII_DATABASE_PROTOCOL *Database,
+                                               const std::vector<EFI_HII_HANDLE> &Handles,
+                                               const EFI_GUID &FormSet) {
+  std::vector<EFI_HII_HANDLE> Found;
+  for (EFI_HII_HANDLE Handle : Handles) {
+    for (const EFI_GUID &Guid : FormSetGuidsOf(Database, Handle)) {
+      if (kit::SameGuid(Guid, FormSet)) {
+        Found.push_back(Handle);
+        break;
+      }
+    }
+  }
+  return Found;
+}
+
 int Run(const ProgramOptions &Options, TerminalSession *Terminal) {
-  std::string Script;
+  // A message printed on the alternate screen would vanish with it: the terminal is given back
+  // before any message.
+  auto Stop = [Terminal](const std::string &Message) {
+    if (Terminal != nullptr) {
+      Terminal->Restore();
+    }
+    return Fail(Message);
+  };
+
+  // The script is checked before anything is built, so a bad one leaves no trace.
+  host::KeyScript Script;
   if (Options.Keys) {
+    std::string Text;
     std::string Error;
-    if (!ReadScript(*Options.Keys, &Script, &Error)) {
+    if (!ReadScript(*Options.Keys, &Text, &Error)) {
       return Fail("key script: " + Error);
+    }
+    host::KeyScriptError Problem;
+    if (!host::ParseKeyScript(Text, &Script, &Problem)) {
+      std::string Source = *Options.Keys == "-" ? "standard input" : *Options.Keys;
+      return Fail("key script " + Source + ": " + Problem.Describe());
     }
   }
 
   SessionOptions Settings;
   unsigned Columns = 80;
   unsigned Rows = 25;
-  if (Options.Size) {
-    Columns = Options.Size->first;
-    Rows = Options.Size->second;
-  } else if (Terminal != nullptr) {
-    if (!Terminal->Size(&Columns, &Rows)) {
-      Columns = 80;
-      Rows = 25;
+  if (Terminal != nullptr) {
+    unsigned TerminalColumns = 0;
+    unsigned TerminalRows = 0;
+    if (!Terminal->Size(&TerminalColumns, &TerminalRows)) {
+      TerminalColumns = 80;
+      TerminalRows = 25;
+    }
+    Columns = Options.Size ? Options.Size->first : TerminalColumns;
+    Rows = Options.Size ? Options.Size->second : TerminalRows;
+    if (TerminalColumns < Columns || TerminalRows < Rows) {
+      return Stop("the terminal is " + std::to_string(TerminalColumns) + "x" +
+                  std::to_string(TerminalRows) + "; the setup screen needs " +
+                  std::to_string(std::max(Columns, 80u)) + "x" +
+                  std::to_string(std::max(Rows, 25u)) + " (enlarge it or use a smaller --size)");
     }
     if (Columns < 80 || Rows < 25) {
-      Terminal->Restore();
-      return Fail("the terminal is " + std::to_string(Columns) + "x" + std::to_string(Rows) +
-                  "; the setup screen needs at least 80x25 (enlarge it or use --size)");
+      return Stop("the terminal is " + std::to_string(Columns) + "x" + std::to_string(Rows) +
+                  "; the setup screen needs at least 80x25 (enlarge it)");
     }
+  } else if (Options.Size) {
+    Columns = Options.Size->first;
+    Rows = Options.Size->second;
   }
   Settings.Platform.Columns = Columns;
   Settings.Platform.Rows = Rows;
@@ -101,14 +146,11 @@ int Run(const ProgramOptions &Options, TerminalSession *Terminal) {
   BrowserSession Session(Settings);
   const std::string &LoadError = Session.Platform().Variables().LoadError();
   if (!LoadError.empty()) {
-    if (Terminal != nullptr) {
-      Terminal->Restore();
-    }
-    return Fail("variables: " + LoadError +
+    return Stop("variables: " + LoadError +
                 " (the file is left as it is; choose another with --vars)");
   }
   if (EFI_ERROR(Session.EntryStatus()) || Session.FormBrowser() == nullptr) {
-    return Fail("the browser driver did not start: " + StatusName(Session.EntryStatus()));
+    return Stop("the browser driver did not start: " + StatusName(Session.EntryStatus()));
   }
 
   SendFormRequest Request;
@@ -119,7 +161,7 @@ int Run(const ProgramOptions &Options, TerminalSession *Terminal) {
   if (Options.Packages.empty()) {
     Sample = std::make_unique<sample::SamplePlatform>(Session.Platform().SystemTable());
     if (!Sample->Ok()) {
-      return Fail("the sample platform could not be built");
+      return Stop("the sample platform could not be built");
     }
     Request.Handles = Sample->Handles();
   } else {
@@ -127,12 +169,17 @@ int Run(const ProgramOptions &Options, TerminalSession *Terminal) {
                                            Session.Hii().Database(), Session.Hii().ConfigRouting());
     std::string Error;
     if (!Files->Load(Options.Packages, &Error)) {
-      if (Terminal != nullptr) {
-        Terminal->Restore();
-      }
-      return Fail(Error);
+      return Stop(Error);
     }
     Request.Handles = Files->Handles();
+  }
+  if (Options.FormSet) {
+    Request.Handles =
+        HandlesWithFormSet(Session.Hii().Database(), Request.Handles, *Options.FormSet);
+    if (Request.Handles.empty()) {
+      return Stop("--formset: none of the form sets shown has the GUID " +
+                  kit::GuidText(*Options.FormSet));
+    }
   }
 
   int Code;

@@ -53,8 +53,8 @@ std::optional<int> ParseOptions(int Argc, char **Argv, ProgramOptions *Options) 
   std::string FormSet;
   std::string Size;
   std::string Dump = "text";
-  App.add_option("--packages", Options->Packages, "HII package list files to show, one tab each")
-      ->check(CLI::ExistingFile);
+  // A missing file is reported where the files are read, with the other file errors.
+  App.add_option("--packages", Options->Packages, "HII package list files to show, one tab each");
   App.add_option("--formset", FormSet, "the form set GUID to show first");
   App.add_option("--form", Options->FormId, "the form id to show first (0: the first form)");
   App.add_option("--size", Size, "console size COLSxROWS, at least 80x25");

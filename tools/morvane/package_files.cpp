@@ -121,6 +121,28 @@ bool InspectPackageList(const std::vector<UINT8> &Bytes, PackageListSummary *Sum
   return false;
 }
 
+std::vector<EFI_GUID> FormSetGuidsOf(EFI_HII_DATABASE_PROTOCOL *Database, EFI_HII_HANDLE Handle) {
+  UINTN Size = 0;
+  if (Database->ExportPackageLists(Database, Handle, &Size, nullptr) != EFI_BUFFER_TOO_SMALL) {
+    return {};
+  }
+  std::vector<UINT8> Bytes(Size);
+  if (EFI_ERROR(Database->ExportPackageLists(
+          Database, Handle, &Size,
+          reinterpret_cast<EFI_HII_PACKAGE_LIST_HEADER *>(Bytes.data())))) {
+    return {};
+  }
+  Bytes.resize(Size);
+  PackageListSummary Summary;
+  std::string Ignored;
+  InspectPackageList(Bytes, &Summary, &Ignored);
+  std::vector<EFI_GUID> Guids;
+  for (const PackageListSummary::FormSetEntry &Entry : Summary.FormSets) {
+    Guids.push_back(Entry.Guid);
+  }
+  return Guids;
+}
+
 struct PackageFiles::LoadedFile {
   std::unique_ptr<host::ConfigDriver> Driver;
   EFI_HII_HANDLE Handle = nullptr;

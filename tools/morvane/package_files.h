@@ -38,6 +38,9 @@ struct PackageListSummary {
 bool InspectPackageList(const std::vector<UINT8> &Bytes, PackageListSummary *Summary,
                         std::string *Error);
 
+// The GUIDs of the form sets in the package list of Handle, as the HII database holds it.
+std::vector<EFI_GUID> FormSetGuidsOf(EFI_HII_DATABASE_PROTOCOL *Database, EFI_HII_HANDLE Handle);
+
 class PackageFiles {
 public:
   // Nothing is registered until Load.
