@@ -4,6 +4,7 @@
 #include <vector>
 
 #include "core/browser_context.h"
+#include "core/form_set_cache.h"
 #include "storage/question_value.h"
 #include "storage/submit.h"
 #include "support/memory.h"
@@ -206,6 +207,34 @@ TEST_F(SubmitTest, AVariableQuestionTakesNoPartInASubmit) {
   First->Driver->RouteCount = 0;
   ASSERT_EQ(RunDriver([] { return SubmitAll(); }), EFI_SUCCESS);
   EXPECT_EQ(First->Driver->RouteCount, 1u) << "only the buffer";
+}
+
+// Discard has no undo of its own: the form sets are parsed and loaded again from their drivers.
+TEST_F(SubmitTest, DiscardLoadsEveryFormSetAgain) {
+  SendBoth();
+  Edit(FirstSet, 0x10, 0xBEEF);
+  Edit(FirstSet, 0x11, 0x66);
+  Edit(SecondSet, 0x20, 9);
+  ASSERT_TRUE(IsAnythingModified());
+  ASSERT_EQ(RunDriver([] { return ReloadAllFormSets(Browser->Selection); }), EFI_SUCCESS);
+  FormSet *Fresh = Loaded(First->Handle);
+  ASSERT_NE(Fresh, nullptr);
+  EXPECT_EQ(FormSetFromLink(ListFirst(&Browser->FormSetList)), Fresh) << "the order stays";
+  EXPECT_EQ(Loaded(Second->Handle), FormSetFromLink(Browser->FormSetList.Back));
+  EXPECT_FALSE(IsAnythingModified());
+  Storage *Data = StorageAt(Fresh, 0);
+  EXPECT_EQ(Data->EditCopy[0], 0x11);
+  EXPECT_EQ(Data->EditCopy[1], 0x22);
+  EXPECT_EQ((*First->Driver->Buffer(DataGuid, u"Data"))[0], 0x11) << "nothing was sent";
+  // A variable was written when it changed, and no reload brings the old value back.
+  UINT8 Byte = 0;
+  UINTN Size = 1;
+  EXPECT_EQ(Host().RuntimeServices()->GetVariable(const_cast<CHAR16 *>(u"Level"),
+                                                  const_cast<EFI_GUID *>(&VariableGuid), nullptr,
+                                                  &Size, &Byte),
+            EFI_SUCCESS);
+  EXPECT_EQ(Byte, 0x66);
+  // The menu loop that waits still points into the records replaced; it is not resumed.
 }
 
 TEST_F(SubmitTest, ADriverThatStopsPartwayIsReportedWithSuccess) {
