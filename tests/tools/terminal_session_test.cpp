@@ -12,6 +12,7 @@
 #include <string>
 #include <sys/resource.h>
 #include <sys/wait.h>
+#include <sys/ioctl.h>
 #include <termios.h>
 #include <unistd.h>
 #include <vector>
@@ -32,7 +33,11 @@ const std::string F10 = "\x1b[21~";
 
 class PseudoTerminalRun {
 public:
-  PseudoTerminalRun(unsigned Columns, unsigned Rows, const std::vector<std::string> &Arguments)
+  // With Controlling, the terminal is the program's controlling terminal in a session of its
+  // own, so the terminal's signal keys reach it; without, job-control signals sent by the test
+  // can stop it.
+  PseudoTerminalRun(unsigned Columns, unsigned Rows, const std::vector<std::string> &Arguments,
+                    bool Controlling = false)
       : Screen(Columns, Rows) {
     winsize Size{};
     Size.ws_col = static_cast<unsigned short>(Columns);
@@ -55,7 +60,12 @@ public:
     if (Child == 0) {
       // A process group of its own in the test's session: job control signals then stop it,
       // which they would not do to a group orphaned by a new session.
-      setpgid(0, 0);
+      if (Controlling) {
+        setsid();
+        ioctl(Slave, TIOCSCTTY, 0);
+      } else {
+        setpgid(0, 0);
+      }
       rlimit NoCore{0, 0};
       setrlimit(RLIMIT_CORE, &NoCore);
       dup2(Slave, STDIN_FILENO);
@@ -251,6 +261,21 @@ TEST_F(TerminalSessionTest, EndingSignalsRestoreThenReRaise) {
     ASSERT_TRUE(Run.WaitForText("Morvane Setup"));
     ASSERT_TRUE(Run.InRawMode());
     kill(Run.Pid(), Number);
+    ASSERT_TRUE(Run.WaitForEnd());
+    EXPECT_EQ(Run.Signal(), Number);
+    Run.ExpectModesAsBefore();
+    Run.ExpectLeft();
+  }
+}
+
+// The terminal's own keys for them: Ctrl-C and Ctrl-\ end the program like the signals.
+TEST_F(TerminalSessionTest, ControlKeysEndTheProgram) {
+  for (const auto &[Key, Number] :
+       {std::pair{std::string("\x03"), SIGINT}, std::pair{std::string("\x1c"), SIGQUIT}}) {
+    SCOPED_TRACE(strsignal(Number));
+    PseudoTerminalRun Run(80, 25, Arguments(), true);
+    ASSERT_TRUE(Run.WaitForText("Morvane Setup"));
+    Run.Send(Key);
     ASSERT_TRUE(Run.WaitForEnd());
     EXPECT_EQ(Run.Signal(), Number);
     Run.ExpectModesAsBefore();

@@ -233,6 +233,11 @@ bool PackageFiles::LoadOne(const std::string &Path, size_t Index, std::string *E
     }
   };
 
+  // A generic driver knows nothing of the questions: it lets every change through, so that a
+  // question with the Callback flag can be edited (a refused Changing would undo the edit).
+  File->Driver->OnCallback = [](EFI_BROWSER_ACTION, EFI_QUESTION_ID, UINT8, EFI_IFR_TYPE_VALUE *,
+                                EFI_BROWSER_ACTION_REQUEST *) { return EFI_SUCCESS; };
+
   EFI_STATUS Status = Database->NewPackageList(
       Database, reinterpret_cast<const EFI_HII_PACKAGE_LIST_HEADER *>(Bytes.data()),
       File->Driver->Handle(), &File->Handle);

@@ -106,7 +106,9 @@ void TerminalSession::EnterRawMode() {
   Mode.c_iflag &= ~static_cast<tcflag_t>(BRKINT | ICRNL | INPCK | ISTRIP | IXON);
   Mode.c_oflag &= ~static_cast<tcflag_t>(OPOST);
   Mode.c_cflag |= CS8;
-  Mode.c_lflag &= ~static_cast<tcflag_t>(ECHO | ICANON | IEXTEN | ISIG);
+  // ISIG stays: Ctrl-C, Ctrl-\ and Ctrl-Z end or suspend the program as in any terminal
+  // program, through the same signal handling that restores the terminal.
+  Mode.c_lflag &= ~static_cast<tcflag_t>(ECHO | ICANON | IEXTEN);
   Mode.c_cc[VMIN] = 0;
   Mode.c_cc[VTIME] = 0;
   tcsetattr(InputFd, TCSAFLUSH, &Mode);
