@@ -213,6 +213,34 @@ TEST_F(ScreenTest, TabsBeyondTheBarScroll) {
   ExpectScreen("many_tabs_last");
 }
 
+TEST_F(ScreenTest, ClockQuestionsRepaintOncePerSecond) {
+  Strings S;
+  EFI_STRING_ID Title = S.Add(u"Clock");
+  IfrWriter W;
+  W.FormSet(TestGuid(5), Title, S.Add(u"Help"), {}, true);
+  W.Form(1, Title, true);
+  W.Text(S.Add(u"The time of the real-time clock"), S.Add(u"Help"));
+  // Bound to the real-time clock these have no storage, and refresh by themselves.
+  W.Date({S.Add(u"Date"), S.Add(u"Today"), 0x50, 0, 0, 0}, QF_DATE_STORAGE_TIME);
+  W.Time({S.Add(u"Time"), S.Add(u"Now"), 0x51, 0, 0, 0}, QF_TIME_STORAGE_TIME);
+  W.End().End();
+  PublishedFormSet &Set = Publish(W, S, TestGuid(5));
+  Send({Set.Handle});
+  ASSERT_TRUE(Waiting());
+  EXPECT_NE(ScreenText().find("[01/01/2026]"), std::string::npos) << ScreenText();
+  EXPECT_NE(ScreenText().find("[00:00:00]"), std::string::npos) << ScreenText();
+  UINTN Writes = Host().Screen().Counters().OutputString;
+  Type("wait 400");
+  EXPECT_NE(ScreenText().find("[00:00:00]"), std::string::npos) << "not a second yet";
+  Type("wait 700");
+  EXPECT_NE(ScreenText().find("[00:00:01]"), std::string::npos) << ScreenText();
+  Type("wait 60000");
+  EXPECT_NE(ScreenText().find("[00:01:01]"), std::string::npos) << ScreenText();
+  // A minute of ticks every 50 ms repaints the time about sixty times, not twelve hundred.
+  UINTN Repaints = Host().Screen().Counters().OutputString - Writes;
+  EXPECT_LT(Repaints, 61u * 20u) << Repaints;
+}
+
 TEST_F(ScreenTest, WideCharactersTakeTwoCells) {
   tools::SessionOptions Options;
   Options.Language = "ja-JP";
