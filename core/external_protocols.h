@@ -9,7 +9,9 @@
 // Speaker: the browser calls the first operation with (interface, 1, 250000, 125000).
 #define SPEAKER_INTERFACE_PROTOCOL_GUID                                                            \
   {                                                                                                \
-    0x400b4476, 0x3081, 0x11d6, { 0x87, 0xed, 0x00, 0x06, 0x29, 0x45, 0xc3, 0xb9 }                 \
+    0x400b4476, 0x3081, 0x11d6, {                                                                  \
+      0x87, 0xed, 0x00, 0x06, 0x29, 0x45, 0xc3, 0xb9                                               \
+    }                                                                                              \
   }
 inline constexpr EFI_GUID gSpeakerInterfaceProtocolGuid = SPEAKER_INTERFACE_PROTOCOL_GUID;
 
@@ -29,7 +31,9 @@ struct SPEAKER_INTERFACE_PROTOCOL {
 // Only watched: each installation asks the browser to re-read its strings and repaint.
 #define REFRESH_NOTIFY_PROTOCOL_GUID                                                               \
   {                                                                                                \
-    0x217156ca, 0x424f, 0x4b32, { 0x86, 0xee, 0xb5, 0xe0, 0x45, 0x5e, 0xd8, 0x5e }                 \
+    0x217156ca, 0x424f, 0x4b32, {                                                                  \
+      0x86, 0xee, 0xb5, 0xe0, 0x45, 0x5e, 0xd8, 0x5e                                               \
+    }                                                                                              \
   }
 inline constexpr EFI_GUID gRefreshNotifyProtocolGuid = REFRESH_NOTIFY_PROTOCOL_GUID;
 
@@ -46,7 +50,9 @@ struct PAGE_PROVIDER_PROTOCOL {
 // the all-zero GUID.
 #define PAGE_LIST_PROTOCOL_GUID                                                                    \
   {                                                                                                \
-    0xf5261e18, 0xf373, 0x40ba, { 0x87, 0xfd, 0x7f, 0x1c, 0x30, 0x0c, 0xbb, 0xff }                 \
+    0xf5261e18, 0xf373, 0x40ba, {                                                                  \
+      0x87, 0xfd, 0x7f, 0x1c, 0x30, 0x0c, 0xbb, 0xff                                               \
+    }                                                                                              \
   }
 inline constexpr EFI_GUID gPageListProtocolGuid = PAGE_LIST_PROTOCOL_GUID;
 
@@ -73,28 +79,36 @@ inline constexpr EFI_GUID gExitPageGuid = gDefaultPageGuids[4];
 // Screen layouts: the interface is the layout block itself (see screen/layout.h for its rows).
 #define SCREEN_LAYOUT_PROTOCOL_GUID                                                                \
   {                                                                                                \
-    0x7d4328be, 0x0350, 0x4e06, { 0x9e, 0xa5, 0x95, 0xca, 0x09, 0xa9, 0x42, 0x67 }                 \
+    0x7d4328be, 0x0350, 0x4e06, {                                                                  \
+      0x9e, 0xa5, 0x95, 0xca, 0x09, 0xa9, 0x42, 0x67                                               \
+    }                                                                                              \
   }
 inline constexpr EFI_GUID gScreenLayoutProtocolGuid = SCREEN_LAYOUT_PROTOCOL_GUID;
 
 // A layout that refuses the defaults and save keys (F9, F10) and repaints its frame each time.
 #define NO_DEFAULTS_LAYOUT_GUID                                                                    \
   {                                                                                                \
-    0x7f529fa2, 0x1e6d, 0x44f6, { 0xaa, 0x11, 0x0d, 0x48, 0x12, 0xe2, 0x91, 0x10 }                 \
+    0x7f529fa2, 0x1e6d, 0x44f6, {                                                                  \
+      0xaa, 0x11, 0x0d, 0x48, 0x12, 0xe2, 0x91, 0x10                                               \
+    }                                                                                              \
   }
 inline constexpr EFI_GUID gNoDefaultsLayoutGuid = NO_DEFAULTS_LAYOUT_GUID;
 
 // The layout for forms without help text (style 2).
 #define NO_HELP_LAYOUT_GUID                                                                        \
   {                                                                                                \
-    0xca51359c, 0x2c4f, 0x4a9a, { 0x80, 0x04, 0x43, 0x47, 0x69, 0x42, 0x45, 0xc8 }                 \
+    0xca51359c, 0x2c4f, 0x4a9a, {                                                                  \
+      0x80, 0x04, 0x43, 0x47, 0x69, 0x42, 0x45, 0xc8                                               \
+    }                                                                                              \
   }
 inline constexpr EFI_GUID gNoHelpLayoutGuid = NO_HELP_LAYOUT_GUID;
 
 // The table of form styles: rows of (style, layout GUID), ended by a style above 0xFFFE.
 #define FORM_STYLE_TABLE_PROTOCOL_GUID                                                             \
   {                                                                                                \
-    0x8cad1c04, 0xfa2e, 0x4a4f, { 0xa4, 0xbe, 0x19, 0x9c, 0x00, 0x78, 0x01, 0xb4 }                 \
+    0x8cad1c04, 0xfa2e, 0x4a4f, {                                                                  \
+      0xa4, 0xbe, 0x19, 0x9c, 0x00, 0x78, 0x01, 0xb4                                               \
+    }                                                                                              \
   }
 inline constexpr EFI_GUID gFormStyleTableProtocolGuid = FORM_STYLE_TABLE_PROTOCOL_GUID;
 

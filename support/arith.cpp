@@ -2,9 +2,13 @@
 
 #include "support/poison.h"
 
-UINT64 ShiftRight64(UINT64 Value, UINTN Count) { return Value >> (Count & 63); }
+UINT64 ShiftRight64(UINT64 Value, UINTN Count) {
+  return Value >> (Count & 63);
+}
 
-UINT64 ShiftLeft64(UINT64 Value, UINTN Count) { return Value << (Count & 63); }
+UINT64 ShiftLeft64(UINT64 Value, UINTN Count) {
+  return Value << (Count & 63);
+}
 
 UINT64 Multiply64By32(UINT64 Value, UINT32 Factor) {
   // Two 32 x 32 partial products; the high part of the upper one falls outside 64 bits.

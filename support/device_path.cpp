@@ -23,7 +23,8 @@ UINTN DevicePathSize(const EFI_DEVICE_PATH_PROTOCOL *Path) {
   const UINT8 *Start = reinterpret_cast<const UINT8 *>(Path);
   const UINT8 *Node = Start;
   for (;;) {
-    const EFI_DEVICE_PATH_PROTOCOL *Header = reinterpret_cast<const EFI_DEVICE_PATH_PROTOCOL *>(Node);
+    const EFI_DEVICE_PATH_PROTOCOL *Header =
+        reinterpret_cast<const EFI_DEVICE_PATH_PROTOCOL *>(Node);
     UINT16 Length = DevicePathNodeLength(Header);
     if (Length < sizeof(EFI_DEVICE_PATH_PROTOCOL)) {
       return 0;

@@ -15,7 +15,9 @@ bool HexDigitValue(UINT8 *Out, CHAR16 Character) {
   return true;
 }
 
-CHAR16 NibbleToHexDigit(UINT8 Value) { return u"0123456789ABCDEF"[Value & 0x0F]; }
+CHAR16 NibbleToHexDigit(UINT8 Value) {
+  return u"0123456789ABCDEF"[Value & 0x0F];
+}
 
 EFI_STATUS HexTextToBytes(UINT8 *Buffer, UINTN *Size, const CHAR16 *Text, UINTN *DigitCount) {
   UINTN Digits = 0;

@@ -14,10 +14,14 @@ inline void ListInit(ListLink *Head) {
   Head->Back = Head;
 }
 
-inline bool ListIsEmpty(const ListLink *Head) { return Head->Forward == Head; }
+inline bool ListIsEmpty(const ListLink *Head) {
+  return Head->Forward == Head;
+}
 
 // The first link, or the head itself when the list is empty.
-inline ListLink *ListFirst(ListLink *Head) { return Head->Forward; }
+inline ListLink *ListFirst(ListLink *Head) {
+  return Head->Forward;
+}
 
 // The link after Link; from the last entry, the head.
 inline ListLink *ListNext(ListLink *Head, ListLink *Link) {
@@ -25,9 +29,13 @@ inline ListLink *ListNext(ListLink *Head, ListLink *Link) {
   return Link->Forward;
 }
 
-inline bool ListIsHead(const ListLink *Head, const ListLink *Link) { return Head == Link; }
+inline bool ListIsHead(const ListLink *Head, const ListLink *Link) {
+  return Head == Link;
+}
 
-inline bool ListIsLast(const ListLink *Head, const ListLink *Link) { return Link->Forward == Head; }
+inline bool ListIsLast(const ListLink *Head, const ListLink *Link) {
+  return Link->Forward == Head;
+}
 
 inline void ListInsertHead(ListLink *Head, ListLink *Link) {
   Link->Forward = Head->Forward;
@@ -65,7 +73,7 @@ bool CheckListInvariants(const ListLink *Head);
 
 // The record that holds Link in its field Field.
 #define LIST_RECORD(Link, Type, Field)                                                             \
-  (static_cast<void>(sizeof(static_cast<ListLink *>(&static_cast<Type *>(nullptr)->Field))),      \
+  (static_cast<void>(sizeof(static_cast<ListLink *>(&static_cast<Type *>(nullptr)->Field))),       \
    reinterpret_cast<Type *>(reinterpret_cast<UINT8 *>(Link) - offsetof(Type, Field)))
 
 // Walks a list: LIST_FOR_EACH(Link, &Head) { ... }. Removing the current entry is not safe.

@@ -34,7 +34,9 @@ void FreePoolIfSet(VOID *Pointer) {
   }
 }
 
-void ZeroBytes(VOID *Buffer, UINTN Size) { SetBytes(Buffer, Size, 0); }
+void ZeroBytes(VOID *Buffer, UINTN Size) {
+  SetBytes(Buffer, Size, 0);
+}
 
 void SetBytes(VOID *Buffer, UINTN Size, UINT8 Value) {
   UINT8 *Bytes = static_cast<UINT8 *>(Buffer);

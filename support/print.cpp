@@ -108,7 +108,8 @@ UINTN FormatWithSlots(CHAR16 *Buffer, UINTN BufferSize, const CHAR16 *Format, ..
   return Written;
 }
 
-UINTN FormatCore(CHAR16 *Buffer, UINTN BufferSize, const CHAR16 *Format, ArgumentSource &Arguments) {
+UINTN FormatCore(CHAR16 *Buffer, UINTN BufferSize, const CHAR16 *Format,
+                 ArgumentSource &Arguments) {
   if (Buffer == nullptr || BufferSize < sizeof(CHAR16)) {
     return 0;
   }
@@ -210,10 +211,10 @@ UINTN FormatCore(CHAR16 *Buffer, UINTN BufferSize, const CHAR16 *Format, Argumen
     case u'g': {
       const EFI_GUID *Guid = static_cast<const EFI_GUID *>(Arguments.NextPointer());
       if (Guid != nullptr) {
-        FormatWithSlots(Scratch, sizeof(Scratch), u"%08x-%04x-%04x-%02x%02x-%02x%02x%02x%02x%02x%02x",
-                        Guid->Data1, Guid->Data2, Guid->Data3, Guid->Data4[0], Guid->Data4[1],
-                        Guid->Data4[2], Guid->Data4[3], Guid->Data4[4], Guid->Data4[5],
-                        Guid->Data4[6], Guid->Data4[7]);
+        FormatWithSlots(
+            Scratch, sizeof(Scratch), u"%08x-%04x-%04x-%02x%02x-%02x%02x%02x%02x%02x%02x",
+            Guid->Data1, Guid->Data2, Guid->Data3, Guid->Data4[0], Guid->Data4[1], Guid->Data4[2],
+            Guid->Data4[3], Guid->Data4[4], Guid->Data4[5], Guid->Data4[6], Guid->Data4[7]);
         Out.PutText(Scratch);
       }
       break;

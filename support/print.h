@@ -14,7 +14,9 @@
 
 #define PRINT_PROTOCOL_GUID                                                                        \
   {                                                                                                \
-    0xdf2d868e, 0x32fc, 0x4cf0, { 0x8e, 0x6b, 0xff, 0xd9, 0x5d, 0x13, 0x43, 0xd0 }                 \
+    0xdf2d868e, 0x32fc, 0x4cf0, {                                                                  \
+      0x8e, 0x6b, 0xff, 0xd9, 0x5d, 0x13, 0x43, 0xd0                                               \
+    }                                                                                              \
   }
 inline constexpr EFI_GUID gPrintProtocolGuid = PRINT_PROTOCOL_GUID;
 

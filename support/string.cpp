@@ -14,7 +14,9 @@ UINTN StrLength(const CHAR16 *String) {
   return Length;
 }
 
-UINTN StrSize(const CHAR16 *String) { return (StrLength(String) + 1) * sizeof(CHAR16); }
+UINTN StrSize(const CHAR16 *String) {
+  return (StrLength(String) + 1) * sizeof(CHAR16);
+}
 
 CHAR16 *StrCopy(CHAR16 *Destination, const CHAR16 *Source) {
   UINTN Index = 0;
@@ -87,7 +89,9 @@ UINTN AsciiLength(const CHAR8 *String) {
   return Length;
 }
 
-UINTN AsciiSize(const CHAR8 *String) { return AsciiLength(String) + 1; }
+UINTN AsciiSize(const CHAR8 *String) {
+  return AsciiLength(String) + 1;
+}
 
 CHAR8 *AsciiCopy(CHAR8 *Destination, const CHAR8 *Source) {
   while ((*Destination++ = *Source++) != 0) {

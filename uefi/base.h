@@ -150,7 +150,9 @@ typedef enum : UINT32 {
 // Global variable vendor GUID (section 3.3 "Globally Defined Variables").
 #define EFI_GLOBAL_VARIABLE                                                                        \
   {                                                                                                \
-    0x8BE4DF61, 0x93CA, 0x11d2, { 0xAA, 0x0D, 0x00, 0xE0, 0x98, 0x03, 0x2B, 0x8C }                 \
+    0x8BE4DF61, 0x93CA, 0x11d2, {                                                                  \
+      0xAA, 0x0D, 0x00, 0xE0, 0x98, 0x03, 0x2B, 0x8C                                               \
+    }                                                                                              \
   }
 inline constexpr EFI_GUID gEfiGlobalVariableGuid = EFI_GLOBAL_VARIABLE;
 

@@ -6,7 +6,9 @@
 // Simple Text Input Protocol (12.3).
 #define EFI_SIMPLE_TEXT_INPUT_PROTOCOL_GUID                                                        \
   {                                                                                                \
-    0x387477c1, 0x69c7, 0x11d2, { 0x8e, 0x39, 0x00, 0xa0, 0xc9, 0x69, 0x72, 0x3b }                 \
+    0x387477c1, 0x69c7, 0x11d2, {                                                                  \
+      0x8e, 0x39, 0x00, 0xa0, 0xc9, 0x69, 0x72, 0x3b                                               \
+    }                                                                                              \
   }
 inline constexpr EFI_GUID gEfiSimpleTextInProtocolGuid = EFI_SIMPLE_TEXT_INPUT_PROTOCOL_GUID;
 
@@ -64,7 +66,9 @@ struct EFI_SIMPLE_TEXT_INPUT_PROTOCOL {
 // Simple Text Input Ex Protocol (12.2).
 #define EFI_SIMPLE_TEXT_INPUT_EX_PROTOCOL_GUID                                                     \
   {                                                                                                \
-    0xdd9e7534, 0x7762, 0x4698, { 0x8c, 0x14, 0xf5, 0x85, 0x17, 0xa6, 0x25, 0xaa }                 \
+    0xdd9e7534, 0x7762, 0x4698, {                                                                  \
+      0x8c, 0x14, 0xf5, 0x85, 0x17, 0xa6, 0x25, 0xaa                                               \
+    }                                                                                              \
   }
 inline constexpr EFI_GUID gEfiSimpleTextInputExProtocolGuid =
     EFI_SIMPLE_TEXT_INPUT_EX_PROTOCOL_GUID;
@@ -110,12 +114,11 @@ typedef EFI_STATUS(EFIAPI *EFI_INPUT_READ_KEY_EX)(EFI_SIMPLE_TEXT_INPUT_EX_PROTO
 typedef EFI_STATUS(EFIAPI *EFI_SET_STATE)(EFI_SIMPLE_TEXT_INPUT_EX_PROTOCOL *This,
                                           EFI_KEY_TOGGLE_STATE *KeyToggleState);
 typedef EFI_STATUS(EFIAPI *EFI_KEY_NOTIFY_FUNCTION)(EFI_KEY_DATA *KeyData);
-typedef EFI_STATUS(EFIAPI *EFI_REGISTER_KEYSTROKE_NOTIFY)(EFI_SIMPLE_TEXT_INPUT_EX_PROTOCOL *This,
-                                                          EFI_KEY_DATA *KeyData,
-                                                          EFI_KEY_NOTIFY_FUNCTION KeyNotificationFunction,
-                                                          VOID **NotifyHandle);
-typedef EFI_STATUS(EFIAPI *EFI_UNREGISTER_KEYSTROKE_NOTIFY)(
-    EFI_SIMPLE_TEXT_INPUT_EX_PROTOCOL *This, VOID *NotificationHandle);
+typedef EFI_STATUS(EFIAPI *EFI_REGISTER_KEYSTROKE_NOTIFY)(
+    EFI_SIMPLE_TEXT_INPUT_EX_PROTOCOL *This, EFI_KEY_DATA *KeyData,
+    EFI_KEY_NOTIFY_FUNCTION KeyNotificationFunction, VOID **NotifyHandle);
+typedef EFI_STATUS(EFIAPI *EFI_UNREGISTER_KEYSTROKE_NOTIFY)(EFI_SIMPLE_TEXT_INPUT_EX_PROTOCOL *This,
+                                                            VOID *NotificationHandle);
 
 struct EFI_SIMPLE_TEXT_INPUT_EX_PROTOCOL {
   EFI_INPUT_RESET_EX Reset;
@@ -129,7 +132,9 @@ struct EFI_SIMPLE_TEXT_INPUT_EX_PROTOCOL {
 // Simple Text Output Protocol (12.4).
 #define EFI_SIMPLE_TEXT_OUTPUT_PROTOCOL_GUID                                                       \
   {                                                                                                \
-    0x387477c2, 0x69c7, 0x11d2, { 0x8e, 0x39, 0x00, 0xa0, 0xc9, 0x69, 0x72, 0x3b }                 \
+    0x387477c2, 0x69c7, 0x11d2, {                                                                  \
+      0x8e, 0x39, 0x00, 0xa0, 0xc9, 0x69, 0x72, 0x3b                                               \
+    }                                                                                              \
   }
 inline constexpr EFI_GUID gEfiSimpleTextOutProtocolGuid = EFI_SIMPLE_TEXT_OUTPUT_PROTOCOL_GUID;
 

@@ -5,7 +5,9 @@
 
 #define EFI_DEVICE_PATH_PROTOCOL_GUID                                                              \
   {                                                                                                \
-    0x09576e91, 0x6d3f, 0x11d2, { 0x8e, 0x39, 0x00, 0xa0, 0xc9, 0x69, 0x72, 0x3b }                 \
+    0x09576e91, 0x6d3f, 0x11d2, {                                                                  \
+      0x8e, 0x39, 0x00, 0xa0, 0xc9, 0x69, 0x72, 0x3b                                               \
+    }                                                                                              \
   }
 inline constexpr EFI_GUID gEfiDevicePathProtocolGuid = EFI_DEVICE_PATH_PROTOCOL_GUID;
 

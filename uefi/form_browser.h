@@ -5,7 +5,9 @@
 
 #define EFI_FORM_BROWSER2_PROTOCOL_GUID                                                            \
   {                                                                                                \
-    0xb9d4c360, 0xbcfb, 0x4f9b, { 0x92, 0x98, 0x53, 0xc1, 0x36, 0x98, 0x22, 0x58 }                 \
+    0xb9d4c360, 0xbcfb, 0x4f9b, {                                                                  \
+      0x92, 0x98, 0x53, 0xc1, 0x36, 0x98, 0x22, 0x58                                               \
+    }                                                                                              \
   }
 inline constexpr EFI_GUID gEfiFormBrowser2ProtocolGuid = EFI_FORM_BROWSER2_PROTOCOL_GUID;
 

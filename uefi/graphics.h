@@ -5,7 +5,9 @@
 
 #define EFI_GRAPHICS_OUTPUT_PROTOCOL_GUID                                                          \
   {                                                                                                \
-    0x9042a9de, 0x23dc, 0x4a38, { 0x96, 0xfb, 0x7a, 0xde, 0xd0, 0x80, 0x51, 0x6a }                 \
+    0x9042a9de, 0x23dc, 0x4a38, {                                                                  \
+      0x96, 0xfb, 0x7a, 0xde, 0xd0, 0x80, 0x51, 0x6a                                               \
+    }                                                                                              \
   }
 inline constexpr EFI_GUID gEfiGraphicsOutputProtocolGuid = EFI_GRAPHICS_OUTPUT_PROTOCOL_GUID;
 

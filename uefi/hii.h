@@ -108,7 +108,9 @@ typedef struct {
 // HII Database Protocol (34.8).
 #define EFI_HII_DATABASE_PROTOCOL_GUID                                                             \
   {                                                                                                \
-    0xef9fc172, 0xa1b2, 0x4693, { 0xb3, 0x27, 0x6d, 0x32, 0xfc, 0x41, 0x60, 0x42 }                 \
+    0xef9fc172, 0xa1b2, 0x4693, {                                                                  \
+      0xb3, 0x27, 0x6d, 0x32, 0xfc, 0x41, 0x60, 0x42                                               \
+    }                                                                                              \
   }
 inline constexpr EFI_GUID gEfiHiiDatabaseProtocolGuid = EFI_HII_DATABASE_PROTOCOL_GUID;
 
@@ -131,10 +133,9 @@ typedef EFI_STATUS(EFIAPI *EFI_HII_DATABASE_NOTIFY)(UINT8 PackageType, const EFI
                                                     const EFI_HII_PACKAGE_HEADER *Package,
                                                     EFI_HII_HANDLE Handle,
                                                     EFI_HII_DATABASE_NOTIFY_TYPE NotifyType);
-typedef EFI_STATUS(EFIAPI *EFI_HII_DATABASE_NEW_PACK)(const EFI_HII_DATABASE_PROTOCOL *This,
-                                                      const EFI_HII_PACKAGE_LIST_HEADER *PackageList,
-                                                      EFI_HANDLE DriverHandle,
-                                                      EFI_HII_HANDLE *Handle);
+typedef EFI_STATUS(EFIAPI *EFI_HII_DATABASE_NEW_PACK)(
+    const EFI_HII_DATABASE_PROTOCOL *This, const EFI_HII_PACKAGE_LIST_HEADER *PackageList,
+    EFI_HANDLE DriverHandle, EFI_HII_HANDLE *Handle);
 typedef EFI_STATUS(EFIAPI *EFI_HII_DATABASE_REMOVE_PACK)(const EFI_HII_DATABASE_PROTOCOL *This,
                                                          EFI_HII_HANDLE Handle);
 typedef EFI_STATUS(EFIAPI *EFI_HII_DATABASE_UPDATE_PACK)(
@@ -152,8 +153,8 @@ typedef EFI_STATUS(EFIAPI *EFI_HII_DATABASE_REGISTER_NOTIFY)(
     const EFI_HII_DATABASE_PROTOCOL *This, UINT8 PackageType, const EFI_GUID *PackageGuid,
     EFI_HII_DATABASE_NOTIFY PackageNotifyFn, EFI_HII_DATABASE_NOTIFY_TYPE NotifyType,
     EFI_HANDLE *NotifyHandle);
-typedef EFI_STATUS(EFIAPI *EFI_HII_DATABASE_UNREGISTER_NOTIFY)(const EFI_HII_DATABASE_PROTOCOL *This,
-                                                               EFI_HANDLE NotificationHandle);
+typedef EFI_STATUS(EFIAPI *EFI_HII_DATABASE_UNREGISTER_NOTIFY)(
+    const EFI_HII_DATABASE_PROTOCOL *This, EFI_HANDLE NotificationHandle);
 typedef EFI_STATUS(EFIAPI *EFI_HII_FIND_KEYBOARD_LAYOUTS)(const EFI_HII_DATABASE_PROTOCOL *This,
                                                           UINT16 *KeyGuidBufferLength,
                                                           EFI_GUID *KeyGuidBuffer);
@@ -184,7 +185,9 @@ struct EFI_HII_DATABASE_PROTOCOL {
 // HII String Protocol (34.3).
 #define EFI_HII_STRING_PROTOCOL_GUID                                                               \
   {                                                                                                \
-    0x0fd96974, 0x23aa, 0x4cdc, { 0xb9, 0xcb, 0x98, 0xd1, 0x77, 0x50, 0x32, 0x2a }                 \
+    0x0fd96974, 0x23aa, 0x4cdc, {                                                                  \
+      0xb9, 0xcb, 0x98, 0xd1, 0x77, 0x50, 0x32, 0x2a                                               \
+    }                                                                                              \
   }
 inline constexpr EFI_GUID gEfiHiiStringProtocolGuid = EFI_HII_STRING_PROTOCOL_GUID;
 
@@ -223,13 +226,17 @@ struct EFI_HII_STRING_PROTOCOL {
 // HII Image and Font protocols: required to be present, never called here (34.2, 34.4).
 #define EFI_HII_IMAGE_PROTOCOL_GUID                                                                \
   {                                                                                                \
-    0x31a6406a, 0x6bdf, 0x4e46, { 0xb2, 0xa2, 0xeb, 0xaa, 0x89, 0xc4, 0x09, 0x20 }                 \
+    0x31a6406a, 0x6bdf, 0x4e46, {                                                                  \
+      0xb2, 0xa2, 0xeb, 0xaa, 0x89, 0xc4, 0x09, 0x20                                               \
+    }                                                                                              \
   }
 inline constexpr EFI_GUID gEfiHiiImageProtocolGuid = EFI_HII_IMAGE_PROTOCOL_GUID;
 
 #define EFI_HII_FONT_PROTOCOL_GUID                                                                 \
   {                                                                                                \
-    0xe9ca4775, 0x8657, 0x47fc, { 0x97, 0xe7, 0x7e, 0xd6, 0x5a, 0x08, 0x43, 0x24 }                 \
+    0xe9ca4775, 0x8657, 0x47fc, {                                                                  \
+      0x97, 0xe7, 0x7e, 0xd6, 0x5a, 0x08, 0x43, 0x24                                               \
+    }                                                                                              \
   }
 inline constexpr EFI_GUID gEfiHiiFontProtocolGuid = EFI_HII_FONT_PROTOCOL_GUID;
 
@@ -327,7 +334,9 @@ struct EFI_HII_FONT_PROTOCOL {
 // HII Configuration Routing Protocol (35.4).
 #define EFI_HII_CONFIG_ROUTING_PROTOCOL_GUID                                                       \
   {                                                                                                \
-    0x587e72d7, 0xcc50, 0x4f79, { 0x82, 0x09, 0xca, 0x29, 0x1f, 0xc1, 0xa1, 0x0f }                 \
+    0x587e72d7, 0xcc50, 0x4f79, {                                                                  \
+      0x82, 0x09, 0xca, 0x29, 0x1f, 0xc1, 0xa1, 0x0f                                               \
+    }                                                                                              \
   }
 inline constexpr EFI_GUID gEfiHiiConfigRoutingProtocolGuid = EFI_HII_CONFIG_ROUTING_PROTOCOL_GUID;
 
@@ -365,7 +374,9 @@ struct EFI_HII_CONFIG_ROUTING_PROTOCOL {
 // HII Configuration Access Protocol (35.5).
 #define EFI_HII_CONFIG_ACCESS_PROTOCOL_GUID                                                        \
   {                                                                                                \
-    0x330d4706, 0xf2a0, 0x4e4f, { 0xa3, 0x69, 0xb6, 0x6f, 0xa8, 0xd5, 0x43, 0x85 }                 \
+    0x330d4706, 0xf2a0, 0x4e4f, {                                                                  \
+      0xa3, 0x69, 0xb6, 0x6f, 0xa8, 0xd5, 0x43, 0x85                                               \
+    }                                                                                              \
   }
 inline constexpr EFI_GUID gEfiHiiConfigAccessProtocolGuid = EFI_HII_CONFIG_ACCESS_PROTOCOL_GUID;
 
@@ -390,9 +401,9 @@ typedef UINTN EFI_BROWSER_ACTION_REQUEST;
 
 struct EFI_HII_CONFIG_ACCESS_PROTOCOL;
 
-typedef EFI_STATUS(EFIAPI *EFI_HII_ACCESS_EXTRACT_CONFIG)(const EFI_HII_CONFIG_ACCESS_PROTOCOL *This,
-                                                          const CHAR16 *Request,
-                                                          EFI_STRING *Progress, EFI_STRING *Results);
+typedef EFI_STATUS(EFIAPI *EFI_HII_ACCESS_EXTRACT_CONFIG)(
+    const EFI_HII_CONFIG_ACCESS_PROTOCOL *This, const CHAR16 *Request, EFI_STRING *Progress,
+    EFI_STRING *Results);
 typedef EFI_STATUS(EFIAPI *EFI_HII_ACCESS_ROUTE_CONFIG)(const EFI_HII_CONFIG_ACCESS_PROTOCOL *This,
                                                         const CHAR16 *Configuration,
                                                         EFI_STRING *Progress);
@@ -411,6 +422,8 @@ struct EFI_HII_CONFIG_ACCESS_PROTOCOL {
 // Class GUID of the platform's setup form sets (33.2.11.1).
 #define EFI_HII_PLATFORM_SETUP_FORMSET_GUID                                                        \
   {                                                                                                \
-    0x93039971, 0x8545, 0x4b04, { 0xb4, 0x5e, 0x32, 0xeb, 0x83, 0x26, 0x04, 0x0e }                 \
+    0x93039971, 0x8545, 0x4b04, {                                                                  \
+      0xb4, 0x5e, 0x32, 0xeb, 0x83, 0x26, 0x04, 0x0e                                               \
+    }                                                                                              \
   }
 inline constexpr EFI_GUID gEfiHiiPlatformSetupFormsetGuid = EFI_HII_PLATFORM_SETUP_FORMSET_GUID;

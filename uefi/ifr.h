@@ -538,10 +538,17 @@ typedef struct {
 
 // Offsets the browser reads, checked against the published layouts.
 static_assert(sizeof(EFI_IFR_QUESTION_HEADER) == 11);
-static_assert(offsetof(EFI_IFR_CHECKBOX, Question) + offsetof(EFI_IFR_QUESTION_HEADER, QuestionId) == 6);
-static_assert(offsetof(EFI_IFR_CHECKBOX, Question) + offsetof(EFI_IFR_QUESTION_HEADER, VarStoreId) == 8);
-static_assert(offsetof(EFI_IFR_CHECKBOX, Question) + offsetof(EFI_IFR_QUESTION_HEADER, VarStoreInfo) == 10);
-static_assert(offsetof(EFI_IFR_CHECKBOX, Question) + offsetof(EFI_IFR_QUESTION_HEADER, Flags) == 12);
+static_assert(offsetof(EFI_IFR_CHECKBOX, Question) +
+                  offsetof(EFI_IFR_QUESTION_HEADER, QuestionId) ==
+              6);
+static_assert(offsetof(EFI_IFR_CHECKBOX, Question) +
+                  offsetof(EFI_IFR_QUESTION_HEADER, VarStoreId) ==
+              8);
+static_assert(offsetof(EFI_IFR_CHECKBOX, Question) +
+                  offsetof(EFI_IFR_QUESTION_HEADER, VarStoreInfo) ==
+              10);
+static_assert(offsetof(EFI_IFR_CHECKBOX, Question) + offsetof(EFI_IFR_QUESTION_HEADER, Flags) ==
+              12);
 static_assert(sizeof(EFI_IFR_FORM_SET) == 23);
 static_assert(offsetof(EFI_IFR_FORM_SET, FormSetTitle) == 18);
 static_assert(sizeof(EFI_IFR_FORM) == 6);

@@ -5,7 +5,9 @@
 
 #define EFI_UNICODE_COLLATION_PROTOCOL2_GUID                                                       \
   {                                                                                                \
-    0xa4c751fc, 0x23ae, 0x4c3e, { 0x92, 0xe9, 0x49, 0x64, 0xcf, 0x63, 0xf3, 0x49 }                 \
+    0xa4c751fc, 0x23ae, 0x4c3e, {                                                                  \
+      0x92, 0xe9, 0x49, 0x64, 0xcf, 0x63, 0xf3, 0x49                                               \
+    }                                                                                              \
   }
 inline constexpr EFI_GUID gEfiUnicodeCollation2ProtocolGuid = EFI_UNICODE_COLLATION_PROTOCOL2_GUID;
 

@@ -121,8 +121,7 @@ bool ParseConfigHeader(std::u16string_view Text, size_t Start, ConfigHeader *Hea
   // The name is hexadecimal UCS-2 in the published form; browsers also send it as plain text,
   // and a name-value storage sends none. Either is taken as written.
   Reader.Field(&Result.Name);
-  if (!Reader.Expect(PATH_FIELD) ||
-      !Reader.Digits(&Result.Path) || Result.Path.size() % 2 != 0) {
+  if (!Reader.Expect(PATH_FIELD) || !Reader.Digits(&Result.Path) || Result.Path.size() % 2 != 0) {
     return false;
   }
   Result.End = Reader.At();

@@ -3,4 +3,6 @@
 
 extern "C" size_t strlen(const char *String);
 
-size_t MeasureGreeting() { return strlen("hello"); }
+size_t MeasureGreeting() {
+  return strlen("hello");
+}
