@@ -1,5 +1,7 @@
 #include "tools/terminal/renderer.h"
 
+#include "host/utf8.h"
+
 namespace morvane::tools {
 
 namespace {
@@ -54,20 +56,6 @@ std::string ColourSequence(uint8_t Attribute) {
       (Foreground & 8) != 0 ? 90 + AnsiColour(Foreground & 7) : 30 + AnsiColour(Foreground);
   return "\x1b[" + std::to_string(ForegroundCode) + ";" +
          std::to_string(40 + AnsiColour(Background)) + "m";
-}
-
-void AppendUtf8(std::string &Out, char16_t Character) {
-  uint32_t Code = Character;
-  if (Code < 0x80) {
-    Out += static_cast<char>(Code);
-  } else if (Code < 0x800) {
-    Out += static_cast<char>(0xC0 | (Code >> 6));
-    Out += static_cast<char>(0x80 | (Code & 0x3F));
-  } else {
-    Out += static_cast<char>(0xE0 | (Code >> 12));
-    Out += static_cast<char>(0x80 | ((Code >> 6) & 0x3F));
-    Out += static_cast<char>(0x80 | (Code & 0x3F));
-  }
 }
 
 std::string Renderer::EnterSequence() {
@@ -142,7 +130,7 @@ std::string Renderer::Render(const ScreenFrame &Next) {
           continue;
         }
         SetColour(Out, Shown.Attribute);
-        AppendUtf8(Out, Printable(Shown.Character));
+        host::AppendUtf8(Out, Printable(Shown.Character));
         bool Wide = Cell + 1 < Next.Columns && Next.At(Cell + 1, Y).Continuation;
         Column += Wide ? 2 : 1;
       }

@@ -62,6 +62,5 @@ private:
 unsigned AnsiColour(unsigned EfiColour);
 // The SGR sequence that sets an EFI attribute in full.
 std::string ColourSequence(uint8_t Attribute);
-void AppendUtf8(std::string &Out, char16_t Character);
 
 } // namespace morvane::tools
