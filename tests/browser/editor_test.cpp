@@ -361,6 +361,36 @@ TEST_F(EditorTest, OneOfPopUpPicksAShownOption) {
   EXPECT_EQ(Number(Choice), 3u) << "Gamma stands above Delta";
 }
 
+TEST_F(EditorTest, ThePopUpCastsAShadowAndGivesTheScreenBack) {
+  GoTo(Choice);
+  std::vector<std::string> Text = ScreenRows();
+  std::vector<std::string> Attributes = AttributeRows();
+  Type("Enter");
+  // The box's top right corner, and the cell that its shadow covers below and to its right.
+  const host::TextScreen &Screen = Host().Screen();
+  UINT32 Corner = 0;
+  UINT32 Top = 0;
+  for (UINT32 Row = 0; Row < Screen.Rows() && Corner == 0; Row++) {
+    for (UINT32 Column = 0; Column < Screen.Columns(); Column++) {
+      if (Screen.Cell(Column, Row).Char == u'┐' && Row > 2) {
+        Corner = Column;
+        Top = Row;
+        break;
+      }
+    }
+  }
+  ASSERT_NE(Corner, 0u) << ScreenText();
+  // The shadow darkens what lies under it: a black ground (the blank cell keeps no ink).
+  EXPECT_EQ(Screen.Cell(Corner + 1, Top + 1).Attribute & 0xF0, 0x00) << ScreenText();
+  EXPECT_NE(Attributes[Top + 1].substr(2 * (Corner + 1), 1), "0") << "it was not black before";
+  EXPECT_EQ(Screen.Cell(Corner + 1, Top).Attribute,
+            std::stoi(Attributes[Top].substr(2 * (Corner + 1), 2), nullptr, 16))
+      << "the shadow starts one row down";
+  Type("Esc");
+  EXPECT_EQ(ScreenRows(), Text);
+  EXPECT_EQ(AttributeRows(), Attributes);
+}
+
 TEST_F(EditorTest, OneOfStepsSkipSuppressedOptions) {
   GoTo(Choice);
   Type("\"+\"");

@@ -133,6 +133,37 @@ TEST_F(ScreenTest, TopFormAt80x25) {
   ExpectScreen("top_form_wrapped_help");
 }
 
+TEST_F(ScreenTest, TheSystemVariableLetsTheLayoutColourTheHighlight) {
+  const EFI_GUID SystemGuid = {
+      0xe947fcf9, 0xdd01, 0x4965, {0xb8, 0x08, 0x32, 0xa7, 0xb6, 0x81, 0x56, 0x57}};
+  struct Case {
+    size_t Size;
+    UINT8 Byte6;
+    UINT8 Expected;
+  };
+  // Byte 6 not 0: the body row's own colour for a highlighted prompt; 0, a variable too long
+  // for the 27 bytes read, or none at all: the fixed 0x17.
+  for (const Case &Each :
+       {Case{27, 1, 0x7F}, Case{27, 0, 0x17}, Case{28, 1, 0x17}, Case{0, 0, 0x17}}) {
+    SetUp();
+    MainPage();
+    if (Each.Size != 0) {
+      std::vector<UINT8> Data(Each.Size, 0);
+      Data[6] = Each.Byte6;
+      EFI_GUID Guid = SystemGuid;
+      ASSERT_EQ(Host().RuntimeServices()->SetVariable(const_cast<CHAR16 *>(u"System"), &Guid,
+                                                      EFI_VARIABLE_BOOTSERVICE_ACCESS, Data.size(),
+                                                      Data.data()),
+                EFI_SUCCESS);
+    }
+    Send(Handles());
+    // "Boot Options", the first selectable line, holds the highlight.
+    EXPECT_EQ(Host().Screen().Cell(4, 6).Attribute, Each.Expected)
+        << Each.Size << " bytes, byte 6 = " << +Each.Byte6 << "\n"
+        << ScreenText();
+  }
+}
+
 TEST_F(ScreenTest, SubFormTitleAndRuleThenBack) {
   MainPage();
   Send(Handles());
