@@ -8,6 +8,8 @@
 
 #include "fuzz/fuzz_strings.h"
 #include "host/kit/ifr_writer.h"
+#include "host/kit/package_list_builder.h"
+#include "host/kit/strings.h"
 
 using morvane::kit::IfrValue;
 using morvane::kit::IfrWriter;
@@ -144,10 +146,40 @@ IfrWriter Operators() {
 
 } // namespace
 
+// Seeds of the input fuzzer: a first byte that picks terminal bytes (odd) or a package list
+// file (even), then the input.
+void WriteInputSeeds(const std::filesystem::path &Directory) {
+  std::filesystem::create_directories(Directory);
+  const std::pair<const char *, std::string> Keys[] = {
+      {"keys_xterm", "\x1b[A\x1b[B\x1b[1;5C\x1bOP\x1b[15~\x1b[24;2~\x1b[Z\r\t\x7f"},
+      {"keys_vt100plus", "\x1b"
+                         "1\x1b"
+                         "0\x1b!\x1b@\x1bh\x1bk\x1b+\x1b-\x1b?\x1b/"},
+      {"keys_linux", "\x1b[[A\x1b[[E\x1b[1~\x1b[4~\xffx\x1b\xff"},
+      {"keys_utf8", "caf\xc3\xa9 \xe6\x97\xa5\xe6\x9c\xac \x1bx"},
+  };
+  for (const auto &[Name, Bytes] : Keys) {
+    std::ofstream Out(Directory / Name, std::ios::binary);
+    Out.put(1);
+    Out.write(Bytes.data(), static_cast<std::streamsize>(Bytes.size()));
+  }
+  morvane::kit::Strings Text;
+  Text.Add(u"Title");
+  Text.Add(u"Help");
+  std::vector<uint8_t> List =
+      morvane::kit::PackageListBuilder(SeedGuid).AddForms(Browsable()).AddStrings(Text).Bytes();
+  std::ofstream Out(Directory / "package_list", std::ios::binary);
+  Out.put(0);
+  Out.write(reinterpret_cast<const char *>(List.data()), static_cast<std::streamsize>(List.size()));
+}
+
 int main(int Argc, char **Argv) {
-  if (Argc != 2) {
-    std::fprintf(stderr, "usage: %s DIRECTORY\n", Argv[0]);
+  if (Argc != 2 && Argc != 3) {
+    std::fprintf(stderr, "usage: %s IFR-DIRECTORY [INPUT-DIRECTORY]\n", Argv[0]);
     return 2;
+  }
+  if (Argc == 3) {
+    WriteInputSeeds(Argv[2]);
   }
   std::filesystem::create_directories(Argv[1]);
   const std::pair<const char *, IfrWriter> Seeds[] = {
