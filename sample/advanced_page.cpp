@@ -1,6 +1,7 @@
 // Advanced: sub-forms for the processor, power management and peripherals, on one buffer
 // varstore. Shows checkboxes, one-ofs, numbers with and without a step, a question greyed by
-// another's value, one shown only for a choice of another, and a rule between two numbers.
+// another's value, one shown only for a choice of another, a rule checked as a choice changes and
+// one checked when the settings are saved.
 #include "sample/pages.h"
 
 namespace morvane::sample {
@@ -115,6 +116,10 @@ public:
     W.OneOfOption(S.Add(u"Balanced"), EFI_IFR_OPTION_DEFAULT, kit::IfrValue::U8(0));
     W.OneOfOption(S.Add(u"Performance"), 0, kit::IfrValue::U8(1));
     W.OneOfOption(S.Add(u"Power Saver"), 0, kit::IfrValue::U8(2));
+    // Checked as the profile changes: Power Saver and a high turbo ratio contradict each other.
+    W.InconsistentIf(S.Add(u"Power Saver allows a turbo ratio of at most 40."), true);
+    W.EqIdVal(ProfileQuestion, 2).QuestionRef1(TurboQuestion).Uint8(40).GreaterThan().And();
+    W.End();
     W.End();
     W.Numeric({S.Add(u"Active Cores"),
                S.Add(u"Number of processor cores to enable, 1 or 2. Type the number."),
@@ -160,7 +165,8 @@ public:
                FanMinimumQuestion, Store, FanMinimum, 0},
               EFI_IFR_NUMERIC_SIZE_1 | EFI_IFR_DISPLAY_UINT_DEC, 0, 100, 5, true);
     W.Default(EFI_HII_DEFAULT_CLASS_STANDARD, kit::IfrValue::U8(30));
-    W.InconsistentIf(S.Add(u"Fan minimum duty must not exceed the maximum."), true);
+    // Typed numbers are checked when the settings are saved.
+    W.NoSubmitIf(S.Add(u"Fan minimum duty must not exceed the maximum."), true);
     W.QuestionRef1(FanMinimumQuestion).QuestionRef1(FanMaximumQuestion).GreaterThan();
     W.End();
     W.End();
