@@ -303,6 +303,9 @@ UINT32 RunMessageBox(const UINT32 *Rect, MessageBoxRequest *Request) {
   }
 
   Browser->ModalActive = 1;
+  // The box is drawn before its loop remembers the attribute; the caller's goes back here.
+  EFI_SIMPLE_TEXT_OUTPUT_PROTOCOL *ConOut = SystemTable->ConOut;
+  INT32 KeptAttribute = ConOut->Mode->Attribute;
   const ScreenRect &Outer = Request->Outer;
   SaveScreenRecord Save = {};
   SaveScreenRect(&Save, static_cast<UINT16>(Outer.Left), static_cast<UINT16>(Outer.Top),
@@ -316,6 +319,7 @@ UINT32 RunMessageBox(const UINT32 *Rect, MessageBoxRequest *Request) {
   }
   UINT32 Result = MessageBoxLoop(Request);
   RestoreScreenRect(&Save);
+  ConOut->SetAttribute(ConOut, static_cast<UINTN>(KeptAttribute));
   Browser->ModalActive = 0;
   MessageBoxActive = false;
   return Result;
