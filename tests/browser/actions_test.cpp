@@ -1,0 +1,930 @@
+// The form-level actions as a user and a driver meet them: F9 and F10 with their questions, the
+// action codes a driver's Changed Callback can return, the notified page told of global actions,
+// forms whose style refuses defaults, the language kept in step on save and discard, and the
+// user's setup access level from a user manager.
+#include <cstring>
+
+#include "core/browser_context.h"
+#include "core/external_protocols.h"
+#include "core/form_actions.h"
+#include "dialogs/browser_services.h"
+#include "screen/menu_option.h"
+#include "tests/browser/browser_fixture.h"
+#include "uefi/user_manager.h"
+
+namespace morvane::test {
+namespace {
+
+using kit::IfrValue;
+using kit::IfrWriter;
+using kit::Strings;
+
+constexpr EFI_VARSTORE_ID Store = 1;
+
+enum : EFI_QUESTION_ID {
+  FanSpeed = 0x10, // numeric, standard default 5, extra-store default 9
+  Turbo = 0x11,    // checkbox, standard default on
+  Language = 0x12, // one-of whose driver sets the platform language
+  Trigger = 0x20,  // action whose Changed Callback returns the test's request
+  PageSwitch = 0x30,
+};
+
+const EFI_GUID MainGuid = TestGuid(1);
+const EFI_GUID PageGuid = TestGuid(2);
+
+std::string PlatformLanguage(host::Platform &Host) {
+  char Buffer[64] = {};
+  UINTN Size = sizeof(Buffer) - 1;
+  EFI_GUID Global = gEfiGlobalVariableGuid;
+  if (EFI_ERROR(Host.RuntimeServices()->GetVariable(const_cast<CHAR16 *>(u"PlatformLang"), &Global,
+                                                    nullptr, &Size, Buffer))) {
+    return "(none)";
+  }
+  return Buffer;
+}
+
+BROWSER_SERVICES_PROTOCOL *LocateServices(EFI_BOOT_SERVICES *Boot) {
+  EFI_GUID Guid = gBrowserServicesProtocolGuid;
+  VOID *Interface = nullptr;
+  if (EFI_ERROR(Boot->LocateProtocol(&Guid, nullptr, &Interface))) {
+    return nullptr;
+  }
+  return static_cast<BROWSER_SERVICES_PROTOCOL *>(Interface);
+}
+
+class ActionTest : public BrowserTest {
+protected:
+  PublishedFormSet *Main = nullptr;
+  PublishedFormSet *Page = nullptr;
+  // What the action question's Callback answers, and on which Callback.
+  EFI_BROWSER_ACTION_REQUEST NextRequest = EFI_BROWSER_ACTION_REQUEST_NONE;
+  EFI_BROWSER_ACTION RequestOn = EFI_BROWSER_ACTION_CHANGED;
+  // The codes the notified page's driver heard, and whether NotifyCode stood at 0 in every
+  // other Callback.
+  std::vector<UINT32> Notified;
+  bool NotifyCodeOutsideNotification = false;
+  EFI_HANDLE RefreshHandle = nullptr;
+  UINT32 RefreshMarker = 0;
+
+  void SetUp() override {
+    BrowserTest::SetUp();
+    PublishWorld();
+  }
+
+  // A main page with a numeric, a checkbox, a language question and the action question, and
+  // a second tab on the notified page with a checkbox of its own storage.
+  void PublishWorld(UINT16 SubClass = 0) {
+    Strings S;
+    EFI_STRING_ID Title = S.Add(u"Main");
+    EFI_STRING_ID Help = S.Add(u"The main page");
+    IfrWriter W;
+    W.FormSet(MainGuid, Title, Help, {}, true);
+    if (SubClass != 0) {
+      W.ExtensionSubclass(SubClass);
+    }
+    W.VarStore(MainGuid, Store, 8, "Setup");
+    W.Form(1, Title, true);
+    W.Numeric({S.Add(u"Fan Speed"), S.Add(u"How fast the fan turns"), FanSpeed, Store, 0, 0},
+              EFI_IFR_NUMERIC_SIZE_1, 0, 20, 1, true);
+    W.Default(EFI_HII_DEFAULT_CLASS_STANDARD, IfrValue::U8(5));
+    W.Default(EXTRA_DEFAULT_STORE_ID, IfrValue::U8(9));
+    W.End();
+    W.Checkbox({S.Add(u"Turbo"), S.Add(u"Runs faster"), Turbo, Store, 1, 0},
+               EFI_IFR_CHECKBOX_DEFAULT);
+    W.OneOf({S.Add(u"Language"), S.Add(u"The language of setup"), Language, Store, 2,
+             EFI_IFR_FLAG_CALLBACK},
+            EFI_IFR_NUMERIC_SIZE_1, 0, 1, 0, true);
+    W.OneOfOption(S.Add(u"English"), EFI_IFR_OPTION_DEFAULT, IfrValue::U8(0));
+    W.OneOfOption(S.Add(u"French"), 0, IfrValue::U8(1));
+    W.End();
+    W.Action({S.Add(u"Run Request"), S.Add(u"Asks the browser for an action"), Trigger, 0, 0,
+              EFI_IFR_FLAG_CALLBACK},
+             S.Add(u"Go"));
+    W.End().End();
+    Main = &PublishTab(W, S, MainGuid, gDefaultPageGuids[0], Title, Help);
+    Main->Driver->AddBufferStorage(MainGuid, u"Setup", std::vector<uint8_t>(8, 0));
+    Main->Driver->OnCallback = [this](EFI_BROWSER_ACTION Action, EFI_QUESTION_ID Question, UINT8,
+                                      EFI_IFR_TYPE_VALUE *Value,
+                                      EFI_BROWSER_ACTION_REQUEST *Request) {
+      NoteNotifyCode();
+      if (Question == Trigger && Action == RequestOn && Request != nullptr) {
+        *Request = NextRequest;
+      }
+      if (Question == Language && Action == EFI_BROWSER_ACTION_CHANGED && Value != nullptr) {
+        SetLanguage(Value->u8 == 1 ? "fr-FR" : "en-US");
+      }
+      return EFI_SUCCESS;
+    };
+
+    Strings P;
+    EFI_STRING_ID PageTitle = P.Add(u"Page");
+    EFI_STRING_ID PageHelp = P.Add(u"The notified page");
+    IfrWriter PW;
+    PW.FormSet(PageGuid, PageTitle, PageHelp, {}, true);
+    PW.VarStore(PageGuid, Store, 2, "Page");
+    PW.Form(1, PageTitle, true);
+    PW.Checkbox({P.Add(u"Page Switch"), P.Add(u"A switch of the page"), PageSwitch, Store, 0, 0},
+                EFI_IFR_CHECKBOX_DEFAULT);
+    PW.End().End();
+    Page = &PublishTab(PW, P, PageGuid, gNotifiedPageProtocolGuid, PageTitle, PageHelp);
+    Page->Driver->AddBufferStorage(PageGuid, u"Page", std::vector<uint8_t>(2, 0));
+    Page->Driver->OnCallback = [this](EFI_BROWSER_ACTION, EFI_QUESTION_ID Question, UINT8,
+                                      EFI_IFR_TYPE_VALUE *, EFI_BROWSER_ACTION_REQUEST *) {
+      if (Question == 0) {
+        Notified.push_back(LocateServices(Boot())->NotifyCode);
+      } else {
+        NoteNotifyCode();
+      }
+      return EFI_SUCCESS;
+    };
+  }
+
+  void NoteNotifyCode() {
+    if (LocateServices(Boot())->NotifyCode != 0) {
+      NotifyCodeOutsideNotification = true;
+    }
+  }
+
+  // What the sample's language question does: the variable, then a refresh request.
+  void SetLanguage(const char *Code) {
+    EFI_GUID Global = gEfiGlobalVariableGuid;
+    Host().RuntimeServices()->SetVariable(
+        const_cast<CHAR16 *>(u"PlatformLang"), &Global,
+        EFI_VARIABLE_NON_VOLATILE | EFI_VARIABLE_BOOTSERVICE_ACCESS | EFI_VARIABLE_RUNTIME_ACCESS,
+        std::strlen(Code) + 1, const_cast<char *>(Code));
+    EFI_GUID Refresh = gRefreshNotifyProtocolGuid;
+    if (RefreshHandle == nullptr) {
+      Boot()->InstallProtocolInterface(&RefreshHandle, &Refresh, EFI_NATIVE_INTERFACE,
+                                       &RefreshMarker);
+    } else {
+      Boot()->ReinstallProtocolInterface(RefreshHandle, &Refresh, &RefreshMarker, &RefreshMarker);
+    }
+  }
+
+  void SendWorld() {
+    Send({Main->Handle, Page->Handle});
+    ASSERT_TRUE(Waiting()) << ScreenText();
+  }
+
+  EFI_QUESTION_ID Highlighted() {
+    Statement *Current = Browser->Selection->Statement;
+    return Current != nullptr ? Current->QuestionId : 0;
+  }
+
+  void MoveTo(EFI_QUESTION_ID Question) {
+    if (Highlighted() != Question) {
+      Type("Home");
+    }
+    for (int Step = 0; Step < 10 && Highlighted() != Question; Step++) {
+      Type("Down");
+    }
+    ASSERT_EQ(Highlighted(), Question) << ScreenText();
+  }
+
+  // Turns Turbo on, which marks the main form modified.
+  void ChangeTurbo() {
+    MoveTo(Turbo);
+    Type("Enter");
+    ASSERT_EQ(Browser->Selection->Statement->Value.Value[0], 1) << ScreenText();
+  }
+
+  void ChooseFrench() {
+    MoveTo(Language);
+    Type("Enter Down Enter");
+    ASSERT_STREQ(reinterpret_cast<const char *>(CurrentLanguage), "fr-FR") << ScreenText();
+  }
+
+  // Runs the action question with Request as its Changed Callback's answer.
+  void Request(EFI_BROWSER_ACTION_REQUEST Code) {
+    NextRequest = Code;
+    MoveTo(Trigger);
+    Type("Enter");
+  }
+
+  bool Shows(const std::string &Text) { return ScreenText().find(Text) != std::string::npos; }
+
+  // The value text on the row of a prompt, trimmed.
+  std::string ValueOf(const std::string &Prompt) {
+    for (const std::string &Line : ScreenRows()) {
+      size_t At = Line.find(Prompt);
+      if (At == std::string::npos) {
+        continue;
+      }
+      size_t Open = Line.find('[', At);
+      size_t Close = Line.find(']', Open);
+      if (Open == std::string::npos || Close == std::string::npos) {
+        return "";
+      }
+      std::string Inner = Line.substr(Open + 1, Close - Open - 1);
+      size_t First = Inner.find_first_not_of(' ');
+      return First == std::string::npos ? "" : Inner.substr(First);
+    }
+    return "(no " + Prompt + ")";
+  }
+
+  std::vector<uint8_t> &MainBytes() { return *Main->Driver->Buffer(MainGuid, u"Setup"); }
+  std::vector<uint8_t> &PageBytes() { return *Page->Driver->Buffer(PageGuid, u"Page"); }
+
+  void SaveAndLeave() {
+    Type("F10 Enter");
+    ASSERT_TRUE(Finished()) << ScreenText();
+  }
+};
+
+TEST_F(ActionTest, F9LoadsTheStandardDefaultsEverywhereAndTellsTheNotifiedPage) {
+  SendWorld();
+  EXPECT_EQ(ValueOf("Fan Speed"), "0");
+  MoveTo(Trigger);
+  Type("F9");
+  ASSERT_TRUE(Shows("Load default configuration now?")) << ScreenText();
+  EXPECT_TRUE(Shows("Setup Confirmation"));
+  ExpectScreen("action_load_defaults_box");
+  EXPECT_TRUE(Notified.empty()) << "nothing is told before the answer";
+  Type("Enter");
+  ASSERT_TRUE(Waiting());
+  EXPECT_FALSE(Shows("Load default configuration now?")) << ScreenText();
+  EXPECT_EQ(ValueOf("Fan Speed"), "5") << ScreenText();
+  EXPECT_EQ(Highlighted(), FanSpeed) << "the form starts again at its first question";
+  EXPECT_EQ(Notified, std::vector<UINT32>{NOTIFY_CODE_DEFAULTS_LOADED});
+  EXPECT_EQ(LocateServices(Boot())->NotifyCode, 0u);
+  EXPECT_EQ(PlatformLanguage(Host()), "en-US");
+  // The defaults stand in the edit copies until they are saved.
+  EXPECT_EQ(MainBytes()[0], 0);
+  SaveAndLeave();
+  EXPECT_EQ(MainBytes()[0], 5);
+  EXPECT_EQ(MainBytes()[1], 1) << "the checkbox's default flag";
+  EXPECT_EQ(MainBytes()[2], 0) << "the one-of's default option";
+  EXPECT_EQ(PageBytes()[0], 1) << "the other tab's form set takes its defaults too";
+  EXPECT_FALSE(NotifyCodeOutsideNotification);
+  ExpectNothingLeftSinceSend();
+}
+
+TEST_F(ActionTest, F9AnsweredAnythingButYesChangesNothing) {
+  for (const char *Answer : {"Right Enter", "Left Enter", "Esc", "Alt-x"}) {
+    Notified.clear();
+    SendWorld();
+    std::string Before = ScreenText();
+    Type("F9");
+    ASSERT_TRUE(Shows("Load default configuration now?")) << Answer;
+    Type(Answer);
+    ASSERT_TRUE(Waiting()) << Answer;
+    EXPECT_EQ(ScreenText(), Before) << Answer;
+    EXPECT_TRUE(Notified.empty()) << Answer;
+    SaveAndLeave();
+    EXPECT_EQ(MainBytes(), std::vector<uint8_t>(8, 0)) << Answer;
+    EXPECT_EQ(PageBytes(), std::vector<uint8_t>(2, 0)) << Answer;
+  }
+}
+
+TEST_F(ActionTest, F10AsksAndYesSubmitsEveryFormSetAndAsksForAReset) {
+  SendWorld();
+  ChangeTurbo();
+  std::string Before = ScreenText();
+  Type("F10");
+  ASSERT_TRUE(Shows("Save configuration changes and exit now?")) << ScreenText();
+  ExpectScreen("action_save_and_exit_box");
+  for (const char *Refusal : {"Right Enter", "Esc"}) {
+    Type(Refusal);
+    ASSERT_TRUE(Waiting()) << Refusal;
+    EXPECT_EQ(ScreenText(), Before) << Refusal;
+    EXPECT_EQ(Main->Driver->RouteCount, 0u) << Refusal;
+    Type("F10");
+  }
+  Type("Enter");
+  ASSERT_TRUE(Finished()) << ScreenText();
+  EXPECT_EQ(Run().Status(), EFI_SUCCESS);
+  EXPECT_EQ(Session->LastActionRequest(), EFI_BROWSER_ACTION_REQUEST_RESET);
+  EXPECT_EQ(Main->Driver->RouteCount, 1u);
+  EXPECT_EQ(Page->Driver->RouteCount, 1u) << "every loaded form set is submitted";
+  EXPECT_EQ(MainBytes()[1], 1);
+  EXPECT_TRUE(Notified.empty()) << "a save is not a discard";
+  ExpectNothingLeftSinceSend();
+}
+
+TEST_F(ActionTest, F10InAPopUpAsksOnceThePopUpHasClosed) {
+  SendWorld();
+  MoveTo(Language);
+  Type("Enter");
+  ASSERT_TRUE(Shows("French")) << ScreenText();
+  Type("F10");
+  ASSERT_TRUE(Shows("Save configuration changes and exit now?")) << ScreenText();
+  Type("Right Enter");
+  ASSERT_TRUE(Waiting());
+  EXPECT_FALSE(Shows("Save configuration changes and exit now?")) << "asked once\n" << ScreenText();
+  Type("Down");
+  EXPECT_FALSE(Shows("Save configuration changes and exit now?")) << ScreenText();
+  EXPECT_EQ(Main->Driver->RouteCount, 0u);
+}
+
+TEST_F(ActionTest, OnlyTheChangedCallbacksRequestIsActedOn) {
+  RequestOn = EFI_BROWSER_ACTION_CHANGING;
+  SendWorld();
+  MoveTo(Trigger);
+  std::string Before = ScreenText();
+  Request(EFI_BROWSER_ACTION_REQUEST_RESET);
+  ASSERT_TRUE(Waiting()) << "a Changing Callback's request is dropped";
+  EXPECT_EQ(ScreenText(), Before);
+  RequestOn = EFI_BROWSER_ACTION_CHANGED;
+  Request(EFI_BROWSER_ACTION_REQUEST_RESET);
+  ASSERT_TRUE(Finished()) << ScreenText();
+  EXPECT_EQ(Session->LastActionRequest(), EFI_BROWSER_ACTION_REQUEST_RESET);
+  EXPECT_EQ(Main->Driver->RouteCount, 0u) << "a reset request saves nothing";
+  ExpectNothingLeftSinceSend();
+}
+
+TEST_F(ActionTest, SubmitRequestSendsTheCurrentFormSetOnly) {
+  SendWorld();
+  // A change on the other tab, then one here.
+  Type("Right Enter Left");
+  ASSERT_EQ(Browser->Selection->Handle, Main->Handle) << ScreenText();
+  ChangeTurbo();
+  Request(EFI_BROWSER_ACTION_REQUEST_SUBMIT);
+  ASSERT_TRUE(Waiting());
+  EXPECT_FALSE(Shows("Setup Confirmation")) << "a submit asks nothing";
+  EXPECT_EQ(MainBytes()[1], 1);
+  EXPECT_EQ(Main->Driver->RouteCount, 1u);
+  EXPECT_EQ(Page->Driver->RouteCount, 0u);
+  EXPECT_EQ(PageBytes()[0], 0);
+}
+
+TEST_F(ActionTest, ExitRequestWithNothingModifiedLeavesWithoutAQuestion) {
+  SendWorld();
+  Request(EFI_BROWSER_ACTION_REQUEST_EXIT);
+  ASSERT_TRUE(Finished()) << ScreenText();
+  EXPECT_EQ(Session->LastActionRequest(), EFI_BROWSER_ACTION_REQUEST_NONE);
+  EXPECT_EQ(Main->Driver->RouteCount, 0u);
+  EXPECT_EQ(Notified, std::vector<UINT32>{NOTIFY_CODE_DISCARDED});
+  EXPECT_EQ(LocateServices(Boot())->NotifyCode, 0u);
+  ExpectNothingLeftSinceSend();
+}
+
+TEST_F(ActionTest, ExitRequestAfterAChangeWarnsWithThreeOutcomes) {
+  // Esc stays on the form and tells nobody.
+  SendWorld();
+  ChangeTurbo();
+  MoveTo(Trigger);
+  std::string Before = ScreenText();
+  Request(EFI_BROWSER_ACTION_REQUEST_EXIT);
+  ASSERT_TRUE(Shows("Configuration has not been saved!")) << ScreenText();
+  EXPECT_TRUE(Shows("Save before exiting?"));
+  EXPECT_TRUE(Shows("Setup Warning"));
+  ExpectScreen("action_not_saved_warning");
+  Type("Esc");
+  ASSERT_TRUE(Waiting());
+  EXPECT_EQ(ScreenText(), Before);
+  EXPECT_TRUE(Notified.empty());
+
+  // "No" leaves without saving and tells the notified page of the discard.
+  Request(EFI_BROWSER_ACTION_REQUEST_EXIT);
+  Type("Right Enter");
+  ASSERT_TRUE(Finished()) << ScreenText();
+  EXPECT_EQ(Session->LastActionRequest(), EFI_BROWSER_ACTION_REQUEST_NONE);
+  EXPECT_EQ(Main->Driver->RouteCount, 0u);
+  EXPECT_EQ(MainBytes()[1], 0);
+  EXPECT_EQ(Notified, std::vector<UINT32>{NOTIFY_CODE_DISCARDED});
+
+  // "Yes" saves everything and asks for a reset; no discard is told.
+  Notified.clear();
+  SendWorld();
+  ChangeTurbo();
+  Request(EFI_BROWSER_ACTION_REQUEST_EXIT);
+  Type("Enter");
+  ASSERT_TRUE(Finished()) << ScreenText();
+  EXPECT_EQ(Session->LastActionRequest(), EFI_BROWSER_ACTION_REQUEST_RESET);
+  EXPECT_EQ(MainBytes()[1], 1);
+  EXPECT_EQ(Page->Driver->RouteCount, 1u);
+  EXPECT_TRUE(Notified.empty());
+  ExpectNothingLeftSinceSend();
+}
+
+TEST_F(ActionTest, SaveAndExitRequestAsksAsF10Does) {
+  SendWorld();
+  ChangeTurbo();
+  Request(ACTION_REQUEST_SAVE_AND_EXIT);
+  ASSERT_TRUE(Shows("Save configuration changes and exit now?")) << ScreenText();
+  Type("Right Enter");
+  ASSERT_TRUE(Waiting());
+  EXPECT_EQ(Main->Driver->RouteCount, 0u);
+  Request(ACTION_REQUEST_SAVE_AND_EXIT);
+  Type("Enter");
+  ASSERT_TRUE(Finished()) << ScreenText();
+  EXPECT_EQ(Session->LastActionRequest(), EFI_BROWSER_ACTION_REQUEST_RESET);
+  EXPECT_EQ(MainBytes()[1], 1);
+  EXPECT_EQ(Page->Driver->RouteCount, 1u);
+}
+
+TEST_F(ActionTest, LoadPreviousRequestThrowsTheEditsAway) {
+  SendWorld();
+  ChangeTurbo();
+  Request(ACTION_REQUEST_LOAD_PREVIOUS);
+  ASSERT_TRUE(Shows("Load previous configuration now?")) << ScreenText();
+  Type("Esc");
+  EXPECT_TRUE(Notified.empty());
+  MoveTo(Turbo);
+  EXPECT_EQ(Browser->Selection->Statement->Value.Value[0], 1) << "a refusal keeps the edit";
+
+  unsigned Extracts = Main->Driver->ExtractCount;
+  Request(ACTION_REQUEST_LOAD_PREVIOUS);
+  Type("Enter");
+  ASSERT_TRUE(Waiting()) << ScreenText();
+  EXPECT_GT(Main->Driver->ExtractCount, Extracts) << "the values are read from the driver again";
+  EXPECT_EQ(Notified, std::vector<UINT32>{NOTIFY_CODE_DISCARDED});
+  MoveTo(Turbo);
+  EXPECT_EQ(Browser->Selection->Statement->Value.Value[0], 0) << ScreenText();
+  SaveAndLeave();
+  EXPECT_EQ(MainBytes()[1], 0);
+  ExpectNothingLeftSinceSend();
+}
+
+TEST_F(ActionTest, SaveRequestSubmitsAndStays) {
+  SendWorld();
+  ChangeTurbo();
+  Request(ACTION_REQUEST_SAVE);
+  ASSERT_TRUE(Shows("Save configuration changes now?")) << ScreenText();
+  Type("Right Enter");
+  EXPECT_EQ(Main->Driver->RouteCount, 0u);
+  Request(ACTION_REQUEST_SAVE);
+  Type("Enter");
+  ASSERT_TRUE(Waiting()) << ScreenText();
+  EXPECT_EQ(MainBytes()[1], 1);
+  EXPECT_EQ(Page->Driver->RouteCount, 1u);
+  EXPECT_EQ(Highlighted(), Trigger) << "the selection stays";
+  EXPECT_TRUE(Notified.empty());
+}
+
+TEST_F(ActionTest, LoadDefaultsRequestsOfBothStores) {
+  struct Case {
+    EFI_BROWSER_ACTION_REQUEST Code;
+    const char *FanSpeed;
+    uint8_t Turbo;
+  };
+  // The extra store holds only the fan's default; the checkbox keeps what it has.
+  const Case Cases[] = {
+      {ACTION_REQUEST_LOAD_DEFAULTS, "5", 1},
+      {ACTION_REQUEST_LOAD_EXTRA_DEFAULTS, "9", 0},
+  };
+  for (const Case &Each : Cases) {
+    Notified.clear();
+    SendWorld();
+    Request(Each.Code);
+    ASSERT_TRUE(Shows("Load default configuration now?")) << Each.Code;
+    Type("Enter");
+    ASSERT_TRUE(Waiting());
+    EXPECT_EQ(ValueOf("Fan Speed"), Each.FanSpeed) << Each.Code;
+    EXPECT_EQ(Notified, std::vector<UINT32>{NOTIFY_CODE_DEFAULTS_LOADED}) << Each.Code;
+    SaveAndLeave();
+    EXPECT_EQ(MainBytes()[1], Each.Turbo) << Each.Code;
+    MainBytes().assign(8, 0);
+    PageBytes().assign(2, 0);
+  }
+}
+
+TEST_F(ActionTest, AnUnknownRequestIsReportedTwiceAndChangesNothing) {
+  SendWorld();
+  Request(EFI_BROWSER_ACTION_REQUEST_NONE);
+  std::string Before = ScreenText();
+  Request(0xC004);
+  ASSERT_TRUE(Shows("Requested action is not implemented.. Status: 0x80000002.")) << ScreenText();
+  EXPECT_TRUE(Shows("Main FormSet, Main Form")) << ScreenText();
+  Type("Esc");
+  EXPECT_TRUE(Shows("Requested action is not implemented.")) << "only Enter ends the notice";
+  Type("Enter");
+  EXPECT_TRUE(Shows("Requested action is not implemented.")) << "it is shown a second time";
+  Type("Enter");
+  ASSERT_TRUE(Waiting());
+  EXPECT_EQ(ScreenText(), Before);
+  EXPECT_EQ(Highlighted(), Trigger);
+  EXPECT_TRUE(Notified.empty());
+  EXPECT_EQ(Main->Driver->RouteCount, 0u);
+}
+
+TEST_F(ActionTest, AStyleThatRefusesDefaultsIgnoresF9AndF10Quietly) {
+  Published.clear();
+  PublishWorld(1);
+  SendWorld();
+  MoveTo(Turbo);
+  std::string Before = ScreenText();
+  Host().Speaker()->ResetBeeps();
+  Type("F9");
+  EXPECT_EQ(ScreenText(), Before);
+  Type("F10");
+  EXPECT_EQ(ScreenText(), Before);
+  EXPECT_EQ(Host().Speaker()->Beeps(), 0u);
+  // An exit request leaves at once, changes or not, and saves nothing.
+  ChangeTurbo();
+  Request(EFI_BROWSER_ACTION_REQUEST_EXIT);
+  ASSERT_TRUE(Finished()) << ScreenText();
+  EXPECT_EQ(Main->Driver->RouteCount, 0u);
+  EXPECT_EQ(MainBytes()[1], 0);
+}
+
+TEST_F(ActionTest, ALanguageThrownAwayAtExitGoesBackToTheSavedOne) {
+  SendWorld();
+  ChooseFrench();
+  EXPECT_EQ(PlatformLanguage(Host()), "fr-FR");
+  EXPECT_FALSE(Shows("Select Item")) << "the browser's strings follow\n" << ScreenText();
+  Request(EFI_BROWSER_ACTION_REQUEST_EXIT);
+  ASSERT_TRUE(Waiting());
+  Type("Right Enter");
+  ASSERT_TRUE(Finished()) << ScreenText();
+  EXPECT_STREQ(reinterpret_cast<const char *>(CurrentLanguage), "en-US");
+  EXPECT_EQ(PlatformLanguage(Host()), "en-US");
+  EXPECT_EQ(MainBytes()[2], 0);
+}
+
+TEST_F(ActionTest, ALanguageSavedSurvivesALaterLoadPrevious) {
+  SendWorld();
+  ChooseFrench();
+  Request(ACTION_REQUEST_SAVE);
+  Type("Enter");
+  EXPECT_STREQ(reinterpret_cast<const char *>(SavedLanguage), "fr-FR");
+  Request(ACTION_REQUEST_LOAD_PREVIOUS);
+  Type("Enter");
+  ASSERT_TRUE(Waiting());
+  EXPECT_STREQ(reinterpret_cast<const char *>(CurrentLanguage), "fr-FR");
+  EXPECT_EQ(PlatformLanguage(Host()), "fr-FR");
+  EXPECT_EQ(MainBytes()[2], 1);
+}
+
+TEST_F(ActionTest, LoadingDefaultsSetsEnglish) {
+  SendWorld();
+  ChooseFrench();
+  Type("F9 Enter");
+  ASSERT_TRUE(Waiting());
+  EXPECT_STREQ(reinterpret_cast<const char *>(CurrentLanguage), "en-US");
+  EXPECT_EQ(PlatformLanguage(Host()), "en-US");
+  EXPECT_TRUE(Shows("Select Item")) << ScreenText();
+}
+
+// A user manager with one current user whose information records a test writes: the part of
+// the published interface the browser uses (Current, GetInfo, GetNextInfo); the rest refuses.
+class TestUserManager {
+public:
+  std::vector<std::vector<uint8_t>> Records;
+  bool CurrentFails = false;
+
+  TestUserManager() {
+    Protocol.Owner = this;
+    EFI_USER_MANAGER_PROTOCOL &Interface = Protocol.Interface;
+    Interface.Create = [](const EFI_USER_MANAGER_PROTOCOL *, EFI_USER_PROFILE_HANDLE *) {
+      return EFI_UNSUPPORTED;
+    };
+    Interface.Delete = [](const EFI_USER_MANAGER_PROTOCOL *, EFI_USER_PROFILE_HANDLE) {
+      return EFI_UNSUPPORTED;
+    };
+    Interface.GetNext = [](const EFI_USER_MANAGER_PROTOCOL *, EFI_USER_PROFILE_HANDLE *) {
+      return EFI_UNSUPPORTED;
+    };
+    Interface.Current = Current;
+    Interface.Identify = [](const EFI_USER_MANAGER_PROTOCOL *, EFI_USER_PROFILE_HANDLE *) {
+      return EFI_UNSUPPORTED;
+    };
+    Interface.Find = [](const EFI_USER_MANAGER_PROTOCOL *, EFI_USER_PROFILE_HANDLE *,
+                        EFI_USER_INFO_HANDLE *, const EFI_USER_INFO *,
+                        UINTN) { return EFI_UNSUPPORTED; };
+    Interface.Notify = [](const EFI_USER_MANAGER_PROTOCOL *, EFI_HANDLE) {
+      return EFI_UNSUPPORTED;
+    };
+    Interface.GetInfo = GetInfo;
+    Interface.SetInfo = [](const EFI_USER_MANAGER_PROTOCOL *, EFI_USER_PROFILE_HANDLE,
+                           EFI_USER_INFO_HANDLE *, const EFI_USER_INFO *,
+                           UINTN) { return EFI_UNSUPPORTED; };
+    Interface.DeleteInfo = [](const EFI_USER_MANAGER_PROTOCOL *, EFI_USER_PROFILE_HANDLE,
+                              EFI_USER_INFO_HANDLE) { return EFI_UNSUPPORTED; };
+    Interface.GetNextInfo = GetNextInfo;
+  }
+
+  // The platform owns the handle; it goes with the platform.
+  EFI_STATUS Install(EFI_BOOT_SERVICES *Boot) {
+    EFI_GUID Guid = gEfiUserManagerProtocolGuid;
+    return Boot->InstallProtocolInterface(&Handle, &Guid, EFI_NATIVE_INTERFACE,
+                                          &Protocol.Interface);
+  }
+
+  // Tells whoever listens that the current user's profile changed.
+  static void SignalProfileChanged(EFI_BOOT_SERVICES *Boot) {
+    EFI_GUID Group = gEfiUserProfileChangedEventGroupGuid;
+    EFI_EVENT Event = nullptr;
+    ASSERT_EQ(
+        Boot->CreateEventEx(
+            EVT_NOTIFY_SIGNAL, TPL_CALLBACK, [](EFI_EVENT, VOID *) {}, nullptr, &Group, &Event),
+        EFI_SUCCESS);
+    Boot->SignalEvent(Event);
+    Boot->CloseEvent(Event);
+  }
+
+private:
+  struct Record {
+    EFI_USER_MANAGER_PROTOCOL Interface;
+    TestUserManager *Owner;
+  };
+  Record Protocol{};
+  EFI_HANDLE Handle = nullptr;
+  // The one user; its handle only has to be distinct from null.
+  UINT8 User = 0;
+
+  static TestUserManager *Of(const EFI_USER_MANAGER_PROTOCOL *This) {
+    return reinterpret_cast<const Record *>(This)->Owner;
+  }
+
+  static EFI_STATUS EFIAPI Current(const EFI_USER_MANAGER_PROTOCOL *This,
+                                   EFI_USER_PROFILE_HANDLE *CurrentUser) {
+    TestUserManager *Self = Of(This);
+    if (Self->CurrentFails) {
+      return EFI_NOT_READY;
+    }
+    *CurrentUser = &Self->User;
+    return EFI_SUCCESS;
+  }
+
+  // Record handles are the record's index plus one.
+  static EFI_STATUS EFIAPI GetNextInfo(const EFI_USER_MANAGER_PROTOCOL *This,
+                                       EFI_USER_PROFILE_HANDLE User,
+                                       EFI_USER_INFO_HANDLE *UserInfo) {
+    TestUserManager *Self = Of(This);
+    if (User != &Self->User || UserInfo == nullptr) {
+      return EFI_INVALID_PARAMETER;
+    }
+    uintptr_t Next = reinterpret_cast<uintptr_t>(*UserInfo) + 1;
+    if (Next > Self->Records.size()) {
+      return EFI_NOT_FOUND;
+    }
+    *UserInfo = reinterpret_cast<EFI_USER_INFO_HANDLE>(Next);
+    return EFI_SUCCESS;
+  }
+
+  static EFI_STATUS EFIAPI GetInfo(const EFI_USER_MANAGER_PROTOCOL *This,
+                                   EFI_USER_PROFILE_HANDLE User, EFI_USER_INFO_HANDLE UserInfo,
+                                   EFI_USER_INFO *Info, UINTN *InfoSize) {
+    TestUserManager *Self = Of(This);
+    uintptr_t Index = reinterpret_cast<uintptr_t>(UserInfo);
+    if (User != &Self->User || InfoSize == nullptr || Index == 0 || Index > Self->Records.size()) {
+      return EFI_INVALID_PARAMETER;
+    }
+    const std::vector<uint8_t> &Bytes = Self->Records[Index - 1];
+    if (Info == nullptr || *InfoSize < Bytes.size()) {
+      *InfoSize = Bytes.size();
+      return EFI_BUFFER_TOO_SMALL;
+    }
+    std::memcpy(Info, Bytes.data(), Bytes.size());
+    *InfoSize = Bytes.size();
+    return EFI_SUCCESS;
+  }
+};
+
+// A user information record: the 24-byte header, then the body.
+std::vector<uint8_t> UserInfoRecord(UINT8 Type, const std::vector<uint8_t> &Body) {
+  std::vector<uint8_t> Bytes(sizeof(EFI_USER_INFO), 0);
+  Bytes[16] = Type;
+  uint32_t Size = static_cast<uint32_t>(Bytes.size() + Body.size());
+  std::memcpy(Bytes.data() + 20, &Size, 4);
+  Bytes.insert(Bytes.end(), Body.begin(), Body.end());
+  return Bytes;
+}
+
+// An access-control entry: type, size (given, or the true one) and data.
+std::vector<uint8_t> AccessEntry(UINT32 Type, const std::vector<uint8_t> &Data,
+                                 std::optional<UINT32> Size = std::nullopt) {
+  std::vector<uint8_t> Bytes(8, 0);
+  UINT32 Total = Size.value_or(static_cast<UINT32>(8 + Data.size()));
+  std::memcpy(Bytes.data(), &Type, 4);
+  std::memcpy(Bytes.data() + 4, &Total, 4);
+  Bytes.insert(Bytes.end(), Data.begin(), Data.end());
+  return Bytes;
+}
+
+std::vector<uint8_t> GuidBytes(const EFI_GUID &Guid) {
+  const uint8_t *Raw = reinterpret_cast<const uint8_t *>(&Guid);
+  return std::vector<uint8_t>(Raw, Raw + sizeof(EFI_GUID));
+}
+
+std::vector<uint8_t> Join(std::initializer_list<std::vector<uint8_t>> Parts) {
+  std::vector<uint8_t> Out;
+  for (const std::vector<uint8_t> &Part : Parts) {
+    Out.insert(Out.end(), Part.begin(), Part.end());
+  }
+  return Out;
+}
+
+// An access policy whose setup entry carries Level, behind an entry of another type.
+std::vector<uint8_t> PolicyWithLevel(const EFI_GUID &Level) {
+  return UserInfoRecord(EFI_USER_INFO_ACCESS_POLICY_RECORD,
+                        Join({AccessEntry(1, {0, 0, 0, 0}),
+                              AccessEntry(EFI_USER_INFO_ACCESS_SETUP, GuidBytes(Level))}));
+}
+
+constexpr EFI_GUID ZeroGuid = {};
+
+enum : EFI_QUESTION_ID {
+  AdminOnly = 0x50,
+  AdminEdits,
+  NormalOnly,
+  NobodyHasLevel,
+  AdminForm,
+  Plain,
+  OtherSetting,
+};
+
+class UserAccessTest : public BrowserTest {
+protected:
+  std::unique_ptr<TestUserManager> Manager;
+  PublishedFormSet *Set = nullptr;
+
+  // Questions and a form behind the security opcode of each level, and a plain checkbox.
+  void PublishGuarded() {
+    Strings S;
+    EFI_STRING_ID Title = S.Add(u"Security");
+    IfrWriter W;
+    W.FormSet(TestGuid(5), Title, S.Add(u"Guarded settings"), {}, true);
+    W.VarStore(TestGuid(5), Store, 8, "Guarded");
+    W.Form(1, Title, true);
+    W.Checkbox({S.Add(u"Plain Setting"), S.Add(u"For everybody"), Plain, Store, 0, 0},
+               EFI_IFR_CHECKBOX_DEFAULT);
+    W.SuppressIf(true).Security(gEfiUserInfoAccessSetupAdminGuid).Not();
+    W.Checkbox({S.Add(u"Admin Only"), S.Add(u"Hidden from others"), AdminOnly, Store, 1, 0});
+    W.Ref({S.Add(u"Admin Form"), S.Add(u"A form for administrators"), AdminForm, 0, 0, 0}, 2);
+    W.End();
+    W.GrayOutIf(true).Security(gEfiUserInfoAccessSetupAdminGuid).Not();
+    W.Checkbox({S.Add(u"Admin Edits"), S.Add(u"Read-only for others"), AdminEdits, Store, 2, 0});
+    W.End();
+    W.SuppressIf(true).Security(gEfiUserInfoAccessSetupNormalGuid).Not();
+    W.Checkbox({S.Add(u"Normal Only"), S.Add(u"For normal users"), NormalOnly, Store, 3, 0});
+    W.End();
+    W.SuppressIf(true).Security(ZeroGuid).Not();
+    W.Checkbox(
+        {S.Add(u"No Level"), S.Add(u"For users without a level"), NobodyHasLevel, Store, 4, 0});
+    W.End();
+    W.Checkbox({S.Add(u"Other Setting"), S.Add(u"For everybody too"), OtherSetting, Store, 5, 0});
+    W.End();
+    W.Form(2, S.Add(u"Admin Form"), true);
+    W.Text(S.Add(u"Inside"), S.Add(u"Help"));
+    W.End();
+    W.End();
+    Set = &PublishTab(W, S, TestGuid(5), gDefaultPageGuids[0], Title, Title);
+    Set->Driver->AddBufferStorage(TestGuid(5), u"Guarded", std::vector<uint8_t>(8, 0));
+  }
+
+  void InstallManager(std::vector<std::vector<uint8_t>> Records, bool CurrentFails = false) {
+    Manager = std::make_unique<TestUserManager>();
+    Manager->Records = std::move(Records);
+    Manager->CurrentFails = CurrentFails;
+    ASSERT_EQ(Manager->Install(Boot()), EFI_SUCCESS);
+  }
+
+  bool Shows(const std::string &Text) { return ScreenText().find(Text) != std::string::npos; }
+
+  EFI_QUESTION_ID Highlighted() {
+    Statement *Current = Browser->Selection->Statement;
+    return Current != nullptr ? Current->QuestionId : 0;
+  }
+
+  // The questions the highlight can stand on, top to bottom.
+  std::vector<EFI_QUESTION_ID> Selectable() {
+    std::vector<EFI_QUESTION_ID> Seen = {Highlighted()};
+    for (int Step = 0; Step < 8; Step++) {
+      Type("Down");
+      if (Highlighted() == Seen.back()) {
+        break;
+      }
+      Seen.push_back(Highlighted());
+    }
+    Type("Home");
+    return Seen;
+  }
+};
+
+TEST_F(UserAccessTest, QuestionsAndFormsFollowTheLevelOfTheCurrentUser) {
+  struct Case {
+    const char *Name;
+    bool WithManager;
+    std::vector<std::vector<uint8_t>> Records;
+    bool CurrentFails;
+    std::vector<const char *> Hidden;
+    std::vector<EFI_QUESTION_ID> Selectable;
+    bool LoadsDefaults;
+  };
+  const std::vector<EFI_QUESTION_ID> AdminSees = {Plain, AdminOnly, AdminForm, AdminEdits,
+                                                  OtherSetting};
+  const std::vector<const char *> AdminHides = {"Normal Only", "No Level"};
+  const std::vector<uint8_t> NoSetupEntry = UserInfoRecord(
+      EFI_USER_INFO_ACCESS_POLICY_RECORD, Join({AccessEntry(1, {0, 0, 0, 0}), AccessEntry(3, {})}));
+  const std::vector<uint8_t> ShortSetupEntry = UserInfoRecord(
+      EFI_USER_INFO_ACCESS_POLICY_RECORD,
+      AccessEntry(EFI_USER_INFO_ACCESS_SETUP, GuidBytes(gEfiUserInfoAccessSetupAdminGuid), 20));
+  // A record of another type (a user name) is passed over.
+  const std::vector<uint8_t> NameRecord = UserInfoRecord(0x01, {'A', 0, 0, 0});
+  const Case Cases[] = {
+      {"no user manager", false, {}, false, AdminHides, AdminSees, true},
+      {"administrator",
+       true,
+       {NameRecord, PolicyWithLevel(gEfiUserInfoAccessSetupAdminGuid)},
+       false,
+       AdminHides,
+       AdminSees,
+       true},
+      {"normal user",
+       true,
+       {PolicyWithLevel(gEfiUserInfoAccessSetupNormalGuid)},
+       false,
+       {"Admin Only", "Admin Form", "No Level"},
+       {Plain, NormalOnly, OtherSetting},
+       false},
+      {"restricted user",
+       true,
+       {PolicyWithLevel(gEfiUserInfoAccessSetupRestrictedGuid)},
+       false,
+       {"Admin Only", "Admin Form", "Normal Only", "No Level"},
+       {Plain, OtherSetting},
+       false},
+      {"policy without a setup entry",
+       true,
+       {NoSetupEntry},
+       false,
+       {"Admin Only", "Admin Form", "Normal Only"},
+       {Plain, NobodyHasLevel, OtherSetting},
+       false},
+      {"setup entry too short",
+       true,
+       {ShortSetupEntry},
+       false,
+       {"Admin Only", "Admin Form", "Normal Only"},
+       {Plain, NobodyHasLevel, OtherSetting},
+       false},
+      {"no access policy", true, {NameRecord}, false, AdminHides, AdminSees, true},
+      {"current user unreadable",
+       true,
+       {PolicyWithLevel(gEfiUserInfoAccessSetupNormalGuid)},
+       true,
+       AdminHides,
+       AdminSees,
+       true},
+  };
+  for (const Case &Each : Cases) {
+    Restart(tools::SessionOptions());
+    PublishGuarded();
+    if (Each.WithManager) {
+      // The manager arrives after the driver's entry, as on a platform that loads it later.
+      InstallManager(Each.Records, Each.CurrentFails);
+    }
+    Send({Set->Handle});
+    ASSERT_TRUE(Waiting()) << Each.Name << "\n" << ScreenText();
+    for (const char *Prompt : Each.Hidden) {
+      EXPECT_FALSE(Shows(Prompt)) << Each.Name << ": " << Prompt << "\n" << ScreenText();
+    }
+    // A grey question is shown but cannot take the highlight.
+    EXPECT_TRUE(Shows("Admin Edits")) << Each.Name;
+    EXPECT_EQ(Selectable(), Each.Selectable) << Each.Name << "\n" << ScreenText();
+    Host().Speaker()->ResetBeeps();
+    std::string Before = ScreenText();
+    Type("F9");
+    EXPECT_EQ(Shows("Load default configuration now?"), Each.LoadsDefaults) << Each.Name << "\n"
+                                                                            << ScreenText();
+    EXPECT_EQ(Host().Speaker()->Beeps(), 0u) << Each.Name;
+    if (Each.LoadsDefaults) {
+      Type("Enter");
+    } else {
+      EXPECT_EQ(ScreenText(), Before) << Each.Name;
+    }
+    Type("F10 Enter");
+    ASSERT_TRUE(Finished()) << Each.Name;
+    EXPECT_EQ((*Set->Driver->Buffer(TestGuid(5), u"Guarded"))[0], Each.LoadsDefaults ? 1 : 0)
+        << Each.Name;
+  }
+}
+
+TEST_F(UserAccessTest, AProfileChangeTakesEffectOnTheNextUse) {
+  PublishGuarded();
+  InstallManager({PolicyWithLevel(gEfiUserInfoAccessSetupNormalGuid)});
+  Send({Set->Handle});
+  ASSERT_TRUE(Waiting());
+  Type("F9");
+  EXPECT_FALSE(Shows("Load default configuration now?")) << ScreenText();
+  EXPECT_FALSE(Shows("Admin Only"));
+
+  Manager->Records = {PolicyWithLevel(gEfiUserInfoAccessSetupAdminGuid)};
+  TestUserManager::SignalProfileChanged(Boot());
+  Type("F9");
+  ASSERT_TRUE(Shows("Load default configuration now?")) << ScreenText();
+  Type("Enter");
+  // The form is evaluated again on its next pass.
+  EXPECT_TRUE(Shows("Admin Only")) << ScreenText();
+
+  // A profile with no setup entry removes every level.
+  Manager->Records = {UserInfoRecord(EFI_USER_INFO_ACCESS_POLICY_RECORD, AccessEntry(2, {}))};
+  TestUserManager::SignalProfileChanged(Boot());
+  Type("F9");
+  EXPECT_FALSE(Shows("Load default configuration now?")) << ScreenText();
+}
+
+TEST_F(UserAccessTest, AnEntryOfSizeZeroDoesNotHoldTheBrowser) {
+  PublishGuarded();
+  InstallManager({UserInfoRecord(
+      EFI_USER_INFO_ACCESS_POLICY_RECORD,
+      Join({AccessEntry(1, {}, 0), AccessEntry(EFI_USER_INFO_ACCESS_SETUP,
+                                               GuidBytes(gEfiUserInfoAccessSetupAdminGuid))}))});
+  Send({Set->Handle});
+  EXPECT_TRUE(Waiting()) << ScreenText();
+}
+
+} // namespace
+} // namespace morvane::test

@@ -1,0 +1,805 @@
+// What the browser offers the drivers whose Callbacks it calls, reached as another driver would
+// reach it: the browser services protocol found by its GUID (the last key, the question to go
+// to, the reason of a global notification, the dialogs, the screen areas), and BrowserCallback
+// of the form browser protocol on the varstores' edit copies.
+#include <cstring>
+#include <functional>
+
+#include "core/browser_context.h"
+#include "core/external_protocols.h"
+#include "dialogs/browser_services.h"
+#include "screen/layout.h"
+#include "tests/browser/browser_fixture.h"
+#include "tests/common/text.h"
+
+namespace morvane::test {
+namespace {
+
+using kit::IfrValue;
+using kit::IfrWriter;
+using kit::Strings;
+
+constexpr EFI_VARSTORE_ID SetupStore = 1;
+constexpr EFI_VARSTORE_ID NamedStore = 2;
+constexpr EFI_VARSTORE_ID SpareStore = 3;
+
+enum : EFI_QUESTION_ID {
+  Switch = 0x70, // checkbox at byte 0
+  Mode,          // one-of at byte 1
+  Level,         // numeric at byte 2, steps of 1
+  Named,         // numeric in the name-value store
+  Ask,           // action: runs the test's driver code
+  Last,          // checkbox at byte 3
+};
+
+const EFI_GUID SetupGuid = TestGuid(1);
+const EFI_GUID NamedGuid = TestGuid(3);
+const EFI_GUID SpareGuid = TestGuid(4);
+
+BROWSER_SERVICES_PROTOCOL *LocateServices(EFI_BOOT_SERVICES *Boot) {
+  EFI_GUID Guid = gBrowserServicesProtocolGuid;
+  VOID *Interface = nullptr;
+  if (EFI_ERROR(Boot->LocateProtocol(&Guid, nullptr, &Interface))) {
+    return nullptr;
+  }
+  return static_cast<BROWSER_SERVICES_PROTOCOL *>(Interface);
+}
+
+class ServicesTest : public BrowserTest {
+protected:
+  PublishedFormSet *Set = nullptr;
+  BROWSER_SERVICES_PROTOCOL *Services = nullptr;
+  // Driver code run by the Callbacks of the form set's questions.
+  std::function<void(EFI_BROWSER_ACTION, EFI_QUESTION_ID, EFI_IFR_TYPE_VALUE *)> OnCallback;
+  // Run once by the next Changing Callback of the Ask action.
+  std::function<void()> Inside;
+
+  void SetUp() override {
+    BrowserTest::SetUp();
+    Services = LocateServices(Boot());
+    ASSERT_NE(Services, nullptr);
+  }
+
+  // A form set on the notified page: a buffer store with four questions, a name-value store
+  // with one, a buffer store no question uses, and the action that runs the test's code.
+  void PublishSetup(const EFI_GUID &Guid = SetupGuid) {
+    Strings S;
+    EFI_STRING_ID Title = S.Add(u"Setup");
+    EFI_STRING_ID Help = S.Add(u"The setup page");
+    IfrWriter W;
+    W.FormSet(Guid, Title, Help, {}, true);
+    W.VarStore(SetupGuid, SetupStore, 4, "Setup");
+    W.VarStoreNameValue(NamedStore, NamedGuid);
+    W.VarStore(SpareGuid, SpareStore, 2, "Spare");
+    W.Form(1, Title, true);
+    W.Checkbox(
+        {S.Add(u"Switch"), S.Add(u"A switch"), Switch, SetupStore, 0, EFI_IFR_FLAG_CALLBACK});
+    W.OneOf({S.Add(u"Mode"), S.Add(u"One of three"), Mode, SetupStore, 1, EFI_IFR_FLAG_CALLBACK},
+            EFI_IFR_NUMERIC_SIZE_1, 0, 2, 0, true);
+    W.OneOfOption(S.Add(u"Quiet"), 0, IfrValue::U8(0));
+    W.OneOfOption(S.Add(u"Normal"), 0, IfrValue::U8(1));
+    W.OneOfOption(S.Add(u"Loud"), 0, IfrValue::U8(2));
+    W.End();
+    W.Numeric({S.Add(u"Level"), S.Add(u"A number"), Level, SetupStore, 2, EFI_IFR_FLAG_CALLBACK},
+              EFI_IFR_NUMERIC_SIZE_1, 0, 99, 1, true);
+    W.Default(EFI_HII_DEFAULT_CLASS_STANDARD, IfrValue::U8(4));
+    W.End();
+    W.Numeric({S.Add(u"Named"), S.Add(u"A named value"), Named, NamedStore, S.Add(u"Volume"),
+               EFI_IFR_FLAG_CALLBACK},
+              EFI_IFR_NUMERIC_SIZE_1, 0, 99, 0);
+    W.Action({S.Add(u"Ask"), S.Add(u"Runs driver code"), Ask, 0, 0, EFI_IFR_FLAG_CALLBACK},
+             S.Add(u"Go"));
+    W.Checkbox({S.Add(u"Last"), S.Add(u"The last question"), Last, SetupStore, 3, 0});
+    W.End().End();
+    Set = &PublishTab(W, S, Guid, gNotifiedPageProtocolGuid, Title, Help);
+    Set->Driver->AddBufferStorage(SetupGuid, u"Setup", {0, 1, 3, 0});
+    Set->Driver->AddBufferStorage(SpareGuid, u"Spare", {0, 0});
+    Set->Driver->AddNameValueStorage(NamedGuid);
+    (*Set->Driver->NameValues(NamedGuid))[u"Volume"] = u"07";
+    Set->Driver->OnCallback = [this](EFI_BROWSER_ACTION Action, EFI_QUESTION_ID Question, UINT8,
+                                     EFI_IFR_TYPE_VALUE *Value, EFI_BROWSER_ACTION_REQUEST *) {
+      if (Action == EFI_BROWSER_ACTION_CHANGING && Question == Ask && Inside) {
+        std::function<void()> Body = std::move(Inside);
+        Inside = nullptr;
+        Body();
+      }
+      if (OnCallback) {
+        OnCallback(Action, Question, Value);
+      }
+      return EFI_SUCCESS;
+    };
+  }
+
+  void SendSetup() {
+    Send({Set->Handle});
+    ASSERT_TRUE(Waiting()) << (Finished() ? tools::StatusName(Run().Status()) : "") << ScreenText();
+  }
+
+  EFI_QUESTION_ID Highlighted() {
+    Statement *Current = Browser->Selection->Statement;
+    return Current != nullptr ? Current->QuestionId : 0;
+  }
+
+  void MoveTo(EFI_QUESTION_ID Question) {
+    if (Highlighted() != Question) {
+      Type("Home");
+    }
+    for (int Step = 0; Step < 10 && Highlighted() != Question; Step++) {
+      Type("Down");
+    }
+    ASSERT_EQ(Highlighted(), Question) << ScreenText();
+  }
+
+  // Runs Body in the Ask action's Callback, as driver code.
+  void InCallback(std::function<void()> Body) {
+    MoveTo(Ask);
+    Inside = std::move(Body);
+    Type("Enter");
+  }
+
+  bool Shows(const std::string &Text) { return ScreenText().find(Text) != std::string::npos; }
+
+  std::vector<uint8_t> &SetupBytes() { return *Set->Driver->Buffer(SetupGuid, u"Setup"); }
+
+  // BrowserCallback as a driver calls it.
+  EFI_STATUS BrowserCallback(UINTN *Size, CHAR16 *Data, bool Retrieve, const EFI_GUID *Guid,
+                             const CHAR16 *Name) {
+    return FormBrowser()->BrowserCallback(FormBrowser(), Size, Data, Retrieve ? TRUE : FALSE, Guid,
+                                          Name);
+  }
+
+  // A whole read with the two-call idiom; the status of the second call.
+  EFI_STATUS ReadAll(const EFI_GUID *Guid, const CHAR16 *Name, std::u16string *Out) {
+    UINTN Size = 0;
+    EFI_STATUS Status = BrowserCallback(&Size, nullptr, true, Guid, Name);
+    if (Status != EFI_BUFFER_TOO_SMALL) {
+      return Status;
+    }
+    std::vector<CHAR16> Buffer(Size / sizeof(CHAR16) + 1, u'#');
+    Status = BrowserCallback(&Size, Buffer.data(), true, Guid, Name);
+    if (!EFI_ERROR(Status)) {
+      *Out = Buffer.data();
+    }
+    return Status;
+  }
+};
+
+TEST_F(ServicesTest, FoundByItsGuidOnTheBrowsersHandle) {
+  VOID *OnHandle = nullptr;
+  EFI_GUID Guid = gBrowserServicesProtocolGuid;
+  ASSERT_EQ(Boot()->HandleProtocol(Browser->DriverHandle, &Guid, &OnHandle), EFI_SUCCESS);
+  EXPECT_EQ(OnHandle, Services);
+  EXPECT_NE(Services->ShowDialog, nullptr);
+  EXPECT_NE(Services->ShowSimpleMessageBox, nullptr);
+  EXPECT_NE(Services->ShowOkMessageBox, nullptr);
+  EXPECT_NE(Services->ShowCustomMessageBox, nullptr);
+  EXPECT_NE(Services->GetAreaAttributes, nullptr);
+  EXPECT_EQ(Services->NextQuestionId, 0);
+  EXPECT_EQ(Services->NotifyCode, 0u);
+}
+
+TEST_F(ServicesTest, LastKeyIsTheKeyBehindTheCallback) {
+  struct Case {
+    EFI_QUESTION_ID Question;
+    const char *Keys;
+    UINT16 ScanCode;
+    CHAR16 Character;
+  };
+  // F5 and F6 stand as "-" and "+"; a blank that steps a one-of becomes "+".
+  const Case Cases[] = {
+      {Switch, "Enter", SCAN_NULL, CHAR_CARRIAGE_RETURN},
+      {Switch, "Space", SCAN_NULL, u' '},
+      {Mode, "F6", SCAN_NULL, u'+'},
+      {Mode, "F5", SCAN_NULL, u'-'},
+      {Mode, "Space", SCAN_NULL, u'+'},
+      {Mode, "\"-\"", SCAN_NULL, u'-'},
+  };
+  PublishSetup();
+  EFI_INPUT_KEY Seen = {};
+  OnCallback = [&](EFI_BROWSER_ACTION Action, EFI_QUESTION_ID, EFI_IFR_TYPE_VALUE *) {
+    if (Action == EFI_BROWSER_ACTION_CHANGING) {
+      Seen = Services->LastKey.Key;
+    }
+  };
+  SendSetup();
+  for (const Case &Each : Cases) {
+    MoveTo(Each.Question);
+    Seen = {0xFFFF, 0xFFFF};
+    Type(Each.Keys);
+    EXPECT_EQ(Seen.ScanCode, Each.ScanCode) << Each.Keys << " on " << Each.Question;
+    EXPECT_EQ(Seen.UnicodeChar, Each.Character) << Each.Keys << " on " << Each.Question;
+  }
+}
+
+TEST_F(ServicesTest, NextQuestionIdMovesTheHighlightWhenItNamesAQuestion) {
+  struct Case {
+    UINT16 Next;
+    EFI_QUESTION_ID Expected;
+  };
+  // 0 changes nothing, nor does an id no option of the form has.
+  const Case Cases[] = {{Level, Level}, {0, Switch}, {0x7777, Switch}, {Last, Last}};
+  PublishSetup();
+  UINT16 Wanted = 0;
+  std::vector<UINT16> SeenOnEntry;
+  OnCallback = [&](EFI_BROWSER_ACTION Action, EFI_QUESTION_ID Question, EFI_IFR_TYPE_VALUE *) {
+    if (Question != Switch || Action == EFI_BROWSER_ACTION_RETRIEVE) {
+      return;
+    }
+    SeenOnEntry.push_back(Services->NextQuestionId);
+    if (Action == EFI_BROWSER_ACTION_CHANGED) {
+      Services->NextQuestionId = Wanted;
+    }
+  };
+  SendSetup();
+  for (const Case &Each : Cases) {
+    MoveTo(Switch);
+    Wanted = Each.Next;
+    SeenOnEntry.clear();
+    // A value left behind is cleared before each Callback.
+    Services->NextQuestionId = Mode;
+    Type("Enter");
+    EXPECT_EQ(Highlighted(), Each.Expected) << Each.Next << "\n" << ScreenText();
+    EXPECT_EQ(SeenOnEntry, (std::vector<UINT16>{0, 0})) << Each.Next;
+    EXPECT_EQ(Services->NextQuestionId, 0) << "taken by the browser";
+  }
+}
+
+TEST_F(ServicesTest, TheNotifiedPageHearsTheReasonOutsideTheUsualCallbackPath) {
+  PublishSetup();
+  struct Heard {
+    EFI_BROWSER_ACTION Action;
+    EFI_QUESTION_ID Question;
+    UINT32 Code;
+    UINT32 CallbackAction;
+  };
+  std::vector<Heard> Notifications;
+  std::vector<UINT32> CodesElsewhere;
+  OnCallback = [&](EFI_BROWSER_ACTION Action, EFI_QUESTION_ID Question, EFI_IFR_TYPE_VALUE *) {
+    if (Question == 0) {
+      Notifications.push_back({Action, Question, Services->NotifyCode, Browser->CallbackAction});
+      // Read neither now nor later.
+      Services->NextQuestionId = Last;
+    } else {
+      CodesElsewhere.push_back(Services->NotifyCode);
+    }
+  };
+  SendSetup();
+  MoveTo(Mode);
+  Type("F9 Enter");
+  ASSERT_EQ(Notifications.size(), 1u) << ScreenText();
+  EXPECT_EQ(Notifications[0].Action, 0u);
+  EXPECT_EQ(Notifications[0].Code, static_cast<UINT32>(NOTIFY_CODE_DEFAULTS_LOADED));
+  EXPECT_EQ(Notifications[0].CallbackAction, 0xFFFFFFFFu) << "no Callback is in progress";
+  EXPECT_EQ(Services->NotifyCode, 0u);
+  EXPECT_NE(Highlighted(), Last) << ScreenText();
+  MoveTo(Switch);
+  Type("Enter");
+  ASSERT_FALSE(CodesElsewhere.empty());
+  for (UINT32 Code : CodesElsewhere) {
+    EXPECT_EQ(Code, 0u);
+  }
+}
+
+TEST_F(ServicesTest, SimpleMessageBoxesFromADriver) {
+  PublishSetup();
+  SendSetup();
+  struct Case {
+    UINT32 DefaultMask;
+    UINT32 ButtonMask;
+    const char *Keys;
+    UINT32 Expected;
+  };
+  const Case Cases[] = {
+      {0x04, 0x06, "Enter", 0x04}, // "No" is highlighted first
+      {0x00, 0x06, "Enter", 0x02}, // no default: the first button
+      {0x06, 0x06, "Enter", 0x04}, // two defaults: the highest bit
+      {0x01, 0x1F, "Right Right Enter", 0x04},
+      {0x10, 0x1F, "Right Enter", 0x01}, // Right wraps from "Cancel" to "OK"
+      {0x04, 0x06, "Esc", 0},
+      {0x04, 0x06, "Alt-x", 0},
+      {0x00, 0x26, "Enter", 0x02}, // a bit above "Cancel" is no button
+  };
+  const CHAR16 *Lines[] = {u"The fan does not turn.", u"Continue anyway?"};
+  for (const Case &Each : Cases) {
+    UINT32 Result = 1234;
+    std::string Shown;
+    InCallback([&] {
+      Result =
+          Services->ShowSimpleMessageBox(nullptr, 0, 2, Lines, Each.DefaultMask, Each.ButtonMask);
+    });
+    ASSERT_TRUE(Shows("The fan does not turn.")) << Each.Keys << "\n" << ScreenText();
+    Type(Each.Keys);
+    EXPECT_EQ(Result, Each.Expected) << Each.ButtonMask << " " << Each.Keys;
+    EXPECT_FALSE(Shows("The fan does not turn.")) << ScreenText();
+  }
+}
+
+TEST_F(ServicesTest, SimpleMessageBoxButtonsComeInOneOrder) {
+  PublishSetup();
+  SendSetup();
+  // Lines wide enough to give the five buttons room.
+  const CHAR16 *Lines[] = {u"The fan of the processor does not turn at the expected speed.",
+                           u"Second line"};
+  InCallback([&] { Services->ShowSimpleMessageBox(u"Order", 0, 2, Lines, 0x10, 0x1F); });
+  std::string Text = ScreenText();
+  size_t Positions[] = {Text.find("[OK]"), Text.find("[Yes]"), Text.find("[No]"),
+                        Text.find("[Retry]"), Text.find("[Cancel]")};
+  for (size_t Index = 0; Index < 5; Index++) {
+    ASSERT_NE(Positions[Index], std::string::npos) << Text;
+    if (Index > 0) {
+      EXPECT_LT(Positions[Index - 1], Positions[Index]) << Text;
+    }
+  }
+  // Each of the lines ends a line of its own.
+  size_t First = Text.find("expected speed.");
+  size_t Second = Text.find("Second line");
+  ASSERT_NE(First, std::string::npos);
+  EXPECT_NE(Text.substr(First, Second - First).find('\n'), std::string::npos) << Text;
+  ExpectScreen("services_simple_box_all_buttons");
+  Type("Esc");
+}
+
+TEST_F(ServicesTest, SimpleMessageBoxTitlesAndColoursByType) {
+  struct Case {
+    const CHAR16 *Title;
+    UINT32 Type;
+    const char *Shown;
+    UINT8 Attribute; // as the console keeps it, without the blink bit
+  };
+  const Case Cases[] = {
+      {nullptr, 1, "Warning", 0x74}, {nullptr, 2, "Error", 0x74}, {nullptr, 0, "Notice", 0x71},
+      {nullptr, 9, "Notice", 0x71},  {u"Fan", 1, "Fan", 0x74},
+  };
+  PublishSetup();
+  SendSetup();
+  const CHAR16 *Lines[] = {u"Something happened."};
+  for (const Case &Each : Cases) {
+    InCallback([&] { Services->ShowOkMessageBox(Each.Title, Each.Type, 1, Lines); });
+    // The title stands between the box's top line and its rule.
+    int TitleRow = -1;
+    std::vector<std::string> Rows = ScreenRows();
+    for (size_t Index = 1; Index + 1 < Rows.size(); Index++) {
+      if (Rows[Index].find(Each.Shown) != std::string::npos &&
+          Rows[Index - 1].find("┌") != std::string::npos &&
+          Rows[Index + 1].find("├") != std::string::npos) {
+        TitleRow = static_cast<int>(Index);
+      }
+    }
+    ASSERT_GE(TitleRow, 0) << Each.Shown << "\n" << ScreenText();
+    std::u16string Line = FromUtf8(Rows[TitleRow]);
+    size_t Column = Line.find(FromUtf8(Each.Shown));
+    EXPECT_EQ(Host().Screen().Cell(static_cast<UINT32>(Column), TitleRow).Attribute, Each.Attribute)
+        << Each.Shown;
+    Type("Enter");
+  }
+}
+
+TEST_F(ServicesTest, OkAndCustomBoxesAndRefusedRequests) {
+  PublishSetup();
+  SendSetup();
+  const CHAR16 *Lines[] = {u"Done."};
+  const CHAR16 *Buttons[] = {u"Retry", u"Ignore", u"Abort"};
+  struct Case {
+    const char *Name;
+    std::function<UINT32()> Call;
+    const char *Keys; // null: nothing is shown
+    UINT32 Expected;
+  };
+  const Case Cases[] = {
+      {"OK with Enter", [&] { return Services->ShowOkMessageBox(nullptr, 0, 1, Lines); }, "Enter",
+       1},
+      {"OK with Esc", [&] { return Services->ShowOkMessageBox(nullptr, 0, 1, Lines); }, "Esc", 0},
+      {"custom default",
+       [&] {
+         return Services->ShowCustomMessageBox(u"Disk", u"  The disk is slow.  ", nullptr, 0xF1, 3,
+                                               1, Buttons);
+       },
+       "Enter", 1},
+      {"custom Left",
+       [&] {
+         return Services->ShowCustomMessageBox(u"Disk", u"  The disk is slow.  ", nullptr, 0xF1, 3,
+                                               1, Buttons);
+       },
+       "Left Enter", 0},
+      {"custom Esc",
+       [&] {
+         return Services->ShowCustomMessageBox(u"Disk", u"  The disk is slow.  ", nullptr, 0xF1, 3,
+                                               1, Buttons);
+       },
+       "Esc", 0xFFFFFFFFu},
+      {"default outside the mask",
+       [&] { return Services->ShowSimpleMessageBox(nullptr, 0, 1, Lines, 0x08, 0x06); }, nullptr,
+       0},
+      {"no lines", [&] { return Services->ShowSimpleMessageBox(nullptr, 0, 1, nullptr, 1, 1); },
+       nullptr, 0},
+  };
+  for (const Case &Each : Cases) {
+    UINT32 Result = 1234;
+    bool Returned = false;
+    std::string Before = ScreenText();
+    InCallback([&] {
+      Result = Each.Call();
+      Returned = true;
+    });
+    if (Each.Keys == nullptr) {
+      EXPECT_TRUE(Returned) << Each.Name << ": nothing waits";
+    } else {
+      EXPECT_FALSE(Returned) << Each.Name;
+      Type(Each.Keys);
+    }
+    EXPECT_TRUE(Returned) << Each.Name;
+    EXPECT_EQ(Result, Each.Expected) << Each.Name;
+  }
+}
+
+TEST_F(ServicesTest, ACustomBoxInARectangle) {
+  PublishSetup();
+  SendSetup();
+  const UINT32 Rect[] = {4, 40, 6, 14};
+  const CHAR16 *Buttons[] = {u"OK"};
+  InCallback([&] {
+    Services->ShowCustomMessageBox(u"Placed", u"In a rectangle of the driver's choice.", Rect, 0xF1,
+                                   1, 0, Buttons);
+  });
+  EXPECT_EQ(Host().Screen().Cell(4, 6).Char, u'┌') << ScreenText();
+  EXPECT_EQ(Host().Screen().Cell(40, 6).Char, u'┐');
+  EXPECT_EQ(Host().Screen().Cell(4, 14).Char, u'└');
+  EXPECT_EQ(Host().Screen().Cell(40, 14).Char, u'┘');
+  ExpectScreen("services_custom_box_in_rectangle");
+  Type("Enter");
+}
+
+TEST_F(ServicesTest, TheModalDialogFromADriver) {
+  PublishSetup();
+  SendSetup();
+  EFI_INPUT_KEY Key = {};
+  EFI_STATUS Status = EFI_NOT_STARTED;
+  InCallback([&] {
+    Status = Services->ShowDialog(3, TRUE, 0, nullptr, &Key, u"", u"Press a key to go on", u"");
+  });
+  EXPECT_TRUE(Shows("Press a key to go on")) << ScreenText();
+  Type("F2");
+  EXPECT_EQ(Status, EFI_SUCCESS);
+  EXPECT_EQ(Key.ScanCode, SCAN_F2);
+
+  CHAR16 Text[9] = {};
+  InCallback([&] {
+    Status = Services->ShowDialog(3, FALSE, 8, Text, nullptr, u"Enter the password", u" ", u"");
+  });
+  Type("\"secret\" Enter");
+  EXPECT_EQ(Status, EFI_SUCCESS);
+  EXPECT_EQ(U16(Text), u"secret");
+  InCallback(
+      [&] { Status = Services->ShowDialog(1, TRUE, 0, nullptr, nullptr, u"No key to fill"); });
+  EXPECT_EQ(Status, EFI_INVALID_PARAMETER);
+}
+
+TEST_F(ServicesTest, AreaAttributesOfTheShownLayout) {
+  PublishSetup();
+  SendSetup();
+  struct Area {
+    UINT32 Id;
+    const ScreenArea *Record;
+  };
+  const Area Areas[] = {{0, &Browser->MenuBarArea},
+                        {1, &Browser->BodyArea},
+                        {2, &Browser->HelpArea},
+                        {3, &Browser->FooterArea},
+                        {4, &Browser->TitleArea}};
+  std::vector<EFI_STATUS> Statuses;
+  std::vector<std::vector<UINT32>> Rows;
+  std::vector<std::vector<UINT32>> Rects;
+  UINT32 Row[20];
+  UINT32 Rect[4];
+  InCallback([&] {
+    for (const Area &Each : Areas) {
+      std::memset(Row, 0xEE, sizeof(Row));
+      std::memset(Rect, 0xEE, sizeof(Rect));
+      Statuses.push_back(Services->GetAreaAttributes(Each.Id, Row, Rect));
+      Rows.emplace_back(Row, Row + 20);
+      Rects.emplace_back(Rect, Rect + 4);
+    }
+    // A null rectangle gives the row alone; a null row or an unknown area fails.
+    std::memset(Row, 0xEE, sizeof(Row));
+    Statuses.push_back(Services->GetAreaAttributes(2, Row, nullptr));
+    Rows.emplace_back(Row, Row + 20);
+    Statuses.push_back(Services->GetAreaAttributes(2, nullptr, Rect));
+    Statuses.push_back(Services->GetAreaAttributes(5, Row, Rect));
+    Statuses.push_back(Services->GetAreaAttributes(0xFFFFFFFF, Row, Rect));
+  });
+  ASSERT_EQ(Statuses.size(), 9u);
+  for (size_t Index = 0; Index < 5; Index++) {
+    const Area &Each = Areas[Index];
+    EXPECT_EQ(Statuses[Index], EFI_SUCCESS) << Each.Id;
+    EXPECT_EQ(Rows[Index][0], Each.Id) << "the layout row of the area";
+    EXPECT_EQ(std::memcmp(Rows[Index].data(), Each.Record->Row, 80), 0) << Each.Id;
+    EXPECT_EQ(Rects[Index],
+              (std::vector<UINT32>{Each.Record->Client.Left, Each.Record->Client.Right,
+                                   Each.Record->Client.Top, Each.Record->Client.Bottom}))
+        << Each.Id;
+  }
+  // The help text stands inside the frame drawn from column 54 to 79 and row 2 to 22.
+  EXPECT_EQ(Rects[2], (std::vector<UINT32>{55, 78, 3, 21}));
+  EXPECT_EQ(Statuses[5], EFI_SUCCESS);
+  EXPECT_EQ(Rows[5], Rows[2]);
+  EXPECT_EQ(Statuses[6], EFI_INVALID_PARAMETER);
+  EXPECT_EQ(Statuses[7], EFI_NOT_FOUND);
+  EXPECT_EQ(Statuses[8], EFI_NOT_FOUND);
+}
+
+TEST_F(ServicesTest, ALayoutWithoutAHelpAreaHasNoHelpAttributes) {
+  // No statement has help text: the form is shown in the layout without a help area.
+  Strings S;
+  EFI_STRING_ID Title = S.Add(u"Plain");
+  EFI_STRING_ID None = S.Add(u"");
+  IfrWriter W;
+  W.FormSet(TestGuid(7), Title, None, {}, true);
+  W.Form(1, Title, true);
+  W.Action({S.Add(u"Ask"), None, Ask, 0, 0, EFI_IFR_FLAG_CALLBACK}, S.Add(u"Go"));
+  W.End().End();
+  PublishedFormSet &Plain = Publish(W, S, TestGuid(7));
+  std::vector<EFI_STATUS> Statuses;
+  Plain.Driver->OnCallback = [&](EFI_BROWSER_ACTION Action, EFI_QUESTION_ID, UINT8,
+                                 EFI_IFR_TYPE_VALUE *, EFI_BROWSER_ACTION_REQUEST *) {
+    if (Action == EFI_BROWSER_ACTION_CHANGING) {
+      UINT32 Row[20];
+      Statuses.push_back(Services->GetAreaAttributes(2, Row, nullptr));
+      Statuses.push_back(Services->GetAreaAttributes(1, Row, nullptr));
+      UINTN Size = 0;
+      // This form set has no varstore at all.
+      Statuses.push_back(
+          FormBrowser()->BrowserCallback(FormBrowser(), &Size, nullptr, TRUE, nullptr, nullptr));
+    }
+    return EFI_SUCCESS;
+  };
+  Send({Plain.Handle});
+  ASSERT_TRUE(Waiting()) << ScreenText();
+  Type("Enter");
+  EXPECT_EQ(Statuses, (std::vector<EFI_STATUS>{EFI_NOT_FOUND, EFI_SUCCESS, EFI_UNSUPPORTED}));
+}
+
+TEST_F(ServicesTest, BrowserCallbackNeedsARunningSendForm) {
+  PublishSetup();
+  UINTN Size = 0;
+  CHAR16 Data[4] = {};
+  EXPECT_EQ(BrowserCallback(&Size, nullptr, true, nullptr, nullptr), EFI_NOT_READY);
+  EXPECT_EQ(BrowserCallback(&Size, Data, false, &SetupGuid, u"Setup"), EFI_NOT_READY);
+  // The arguments are checked first.
+  EXPECT_EQ(BrowserCallback(nullptr, Data, true, nullptr, nullptr), EFI_INVALID_PARAMETER);
+  EXPECT_EQ(BrowserCallback(&Size, nullptr, false, &SetupGuid, u"Setup"), EFI_INVALID_PARAMETER);
+}
+
+TEST_F(ServicesTest, BrowserCallbackRefusesWhatItCannotFind) {
+  PublishSetup();
+  SendSetup();
+  const EFI_GUID Unknown = TestGuid(0x99);
+  struct Case {
+    const char *Name;
+    UINTN *Size;
+    bool Retrieve;
+    const EFI_GUID *Guid;
+    const CHAR16 *ItemName;
+    EFI_STATUS Expected;
+  };
+  UINTN Size = 512;
+  std::vector<CHAR16> Data(256, 0);
+  const Case Cases[] = {
+      {"null size", nullptr, true, &SetupGuid, u"Setup", EFI_INVALID_PARAMETER},
+      {"unknown GUID", &Size, true, &Unknown, u"Setup", EFI_NOT_FOUND},
+      {"buffer store without a name", &Size, true, &SetupGuid, nullptr, EFI_NOT_FOUND},
+      {"buffer store of another name", &Size, true, &SetupGuid, u"Other", EFI_NOT_FOUND},
+      {"write to an unknown GUID", &Size, false, &Unknown, u"Setup", EFI_NOT_FOUND},
+  };
+  std::vector<EFI_STATUS> Results;
+  InCallback([&] {
+    for (const Case &Each : Cases) {
+      Results.push_back(
+          BrowserCallback(Each.Size, Data.data(), Each.Retrieve, Each.Guid, Each.ItemName));
+    }
+  });
+  ASSERT_EQ(Results.size(), std::size(Cases));
+  for (size_t Index = 0; Index < Results.size(); Index++) {
+    EXPECT_EQ(Results[Index], Cases[Index].Expected) << Cases[Index].Name;
+  }
+}
+
+TEST_F(ServicesTest, BrowserCallbackReadsNothingFromAVariableStore) {
+  Strings S;
+  EFI_STRING_ID Title = S.Add(u"Variables");
+  IfrWriter W;
+  W.FormSet(TestGuid(8), Title, S.Add(u"Help"), {}, true);
+  // The variable store is the only one, so a read without a GUID finds it too.
+  W.VarStoreEfi(1, TestGuid(8), 7, 1, "Counter");
+  W.Form(1, Title, true);
+  W.Numeric({S.Add(u"Counter"), S.Add(u"In a variable"), 0x90, 1, 0, 0}, EFI_IFR_NUMERIC_SIZE_1, 0,
+            9, 0);
+  W.Action({S.Add(u"Ask"), S.Add(u"Runs driver code"), Ask, 0, 0, EFI_IFR_FLAG_CALLBACK},
+           S.Add(u"Go"));
+  W.End().End();
+  PublishedFormSet &Variables = Publish(W, S, TestGuid(8));
+  // Its questions are read from the variable, not through requests: it has nothing to give.
+  std::vector<EFI_STATUS> Statuses;
+  std::vector<UINTN> Sizes;
+  Variables.Driver->OnCallback = [&](EFI_BROWSER_ACTION Action, EFI_QUESTION_ID, UINT8,
+                                     EFI_IFR_TYPE_VALUE *, EFI_BROWSER_ACTION_REQUEST *) {
+    if (Action == EFI_BROWSER_ACTION_CHANGING) {
+      const EFI_GUID Guid = TestGuid(8);
+      for (const EFI_GUID *Which : {static_cast<const EFI_GUID *>(nullptr), &Guid}) {
+        UINTN Size = 5;
+        Statuses.push_back(BrowserCallback(&Size, nullptr, true, Which, nullptr));
+        Sizes.push_back(Size);
+      }
+    }
+    return EFI_SUCCESS;
+  };
+  Send({Variables.Handle});
+  ASSERT_TRUE(Waiting()) << ScreenText();
+  Type("Down Enter");
+  EXPECT_EQ(Statuses, (std::vector<EFI_STATUS>{EFI_SUCCESS, EFI_SUCCESS}));
+  EXPECT_EQ(Sizes, (std::vector<UINTN>{5, 5}));
+}
+
+TEST_F(ServicesTest, BrowserCallbackReadsTheEditCopy) {
+  PublishSetup();
+  SendSetup();
+  // An edit the driver has not been given yet.
+  MoveTo(Level);
+  Type("F6 Enter");
+  struct Read {
+    EFI_STATUS Status;
+    UINTN Size;
+  };
+  std::vector<Read> Reads;
+  std::u16string Whole;
+  std::u16string NoGuid;
+  std::u16string Named;
+  EFI_STATUS WholeStatus = EFI_NOT_STARTED;
+  EFI_STATUS NoGuidStatus = EFI_NOT_STARTED;
+  EFI_STATUS NamedStatus = EFI_NOT_STARTED;
+  EFI_STATUS SpareStatus = EFI_NOT_STARTED;
+  UINTN SpareSize = 77;
+  CHAR16 Spare[4] = {u'#', u'#', u'#', 0};
+  InCallback([&] {
+    // Size 0 and no buffer: too small, and the size needed.
+    UINTN Size = 0;
+    EFI_STATUS Status = BrowserCallback(&Size, nullptr, true, &SetupGuid, u"Setup");
+    Reads.push_back({Status, Size});
+    UINTN Needed = Size;
+    // Enough room but no buffer.
+    Status = BrowserCallback(&Size, nullptr, true, &SetupGuid, u"Setup");
+    Reads.push_back({Status, Size});
+    // One character short.
+    std::vector<CHAR16> Buffer(Needed, u'#');
+    Size = Needed - 2;
+    Status = BrowserCallback(&Size, Buffer.data(), true, &SetupGuid, u"Setup");
+    Reads.push_back({Status, Size});
+    WholeStatus = ReadAll(&SetupGuid, u"Setup", &Whole);
+    NoGuidStatus = ReadAll(nullptr, nullptr, &NoGuid);
+    NamedStatus = ReadAll(&NamedGuid, nullptr, &Named);
+    SpareStatus = BrowserCallback(&SpareSize, Spare, true, &SpareGuid, u"Spare");
+  });
+  ASSERT_EQ(Reads.size(), 3u);
+  EXPECT_EQ(Reads[0].Status, EFI_BUFFER_TOO_SMALL);
+  ASSERT_EQ(WholeStatus, EFI_SUCCESS);
+  EXPECT_EQ(Reads[0].Size, (Whole.size() + 1) * sizeof(CHAR16)) << Utf8(Whole);
+  EXPECT_EQ(Reads[1].Status, EFI_INVALID_PARAMETER);
+  EXPECT_EQ(Reads[1].Size, Reads[0].Size) << "the size needed is stored";
+  EXPECT_EQ(Reads[2].Status, EFI_BUFFER_TOO_SMALL);
+  EXPECT_EQ(Reads[2].Size, Reads[0].Size);
+  // The whole response, header first, with the edit copy's bytes.
+  std::string Text = Utf8(Whole);
+  EXPECT_EQ(Text.rfind("GUID=", 0), 0u) << Text;
+  EXPECT_NE(Text.find("&NAME="), std::string::npos) << Text;
+  EXPECT_NE(Text.find("&PATH="), std::string::npos) << Text;
+  EXPECT_NE(Text.find("&OFFSET=2&WIDTH=1&VALUE=04&"), std::string::npos) << Text;
+  EXPECT_EQ(SetupBytes()[2], 3) << "the driver still has its own value";
+  // Without a GUID the first storage of the form set answers.
+  EXPECT_EQ(NoGuidStatus, EFI_SUCCESS);
+  EXPECT_EQ(NoGuid, Whole);
+  // A name-value store is found by its GUID alone.
+  EXPECT_EQ(NamedStatus, EFI_SUCCESS);
+  EXPECT_NE(Utf8(Named).find("&Volume=07"), std::string::npos) << Utf8(Named);
+  // A store no question uses has nothing to read.
+  EXPECT_EQ(SpareStatus, EFI_SUCCESS);
+  EXPECT_EQ(SpareSize, 77u);
+  EXPECT_EQ(U16(Spare), u"###");
+}
+
+TEST_F(ServicesTest, BrowserCallbackWritesTheEditCopy) {
+  PublishSetup();
+  SendSetup();
+  EFI_STATUS Status = EFI_NOT_STARTED;
+  InCallback([&] {
+    std::u16string Whole;
+    ASSERT_EQ(ReadAll(&SetupGuid, u"Setup", &Whole), EFI_SUCCESS);
+    // The header as read, and a new value for the numeric.
+    std::u16string Header = Whole.substr(0, Whole.find(u"&OFFSET="));
+    std::u16string Write = Header + u"&OFFSET=0002&WIDTH=0001&VALUE=2a";
+    UINTN Size = (Write.size() + 1) * sizeof(CHAR16);
+    Status = BrowserCallback(&Size, Write.data(), false, &SetupGuid, u"Setup");
+  });
+  EXPECT_EQ(Status, EFI_SUCCESS);
+  MoveTo(Level);
+  EXPECT_NE(Row(4 + 2).find("[42]"), std::string::npos) << ScreenText();
+  EXPECT_EQ(SetupBytes()[2], 3);
+  Type("F10 Enter");
+  ASSERT_TRUE(Finished()) << ScreenText();
+  EXPECT_EQ(SetupBytes()[2], 42);
+}
+
+TEST_F(ServicesTest, WritesThatReachNoBufferStoreChangeNothingButCountAsAnEdit) {
+  struct Case {
+    const char *Name;
+    const EFI_GUID *Guid;
+    const CHAR16 *ItemName;
+  };
+  // A name-value store is found but only buffer stores are written; without a GUID and a
+  // name no store is written at all.
+  const Case Cases[] = {{"name-value store", &NamedGuid, nullptr}, {"no GUID", nullptr, nullptr}};
+  PublishSetup();
+  bool ExitOnAsk = false;
+  Set->Driver->OnCallback = [&](EFI_BROWSER_ACTION Action, EFI_QUESTION_ID Question, UINT8,
+                                EFI_IFR_TYPE_VALUE *, EFI_BROWSER_ACTION_REQUEST *Request) {
+    if (Action == EFI_BROWSER_ACTION_CHANGING && Question == Ask && Inside) {
+      std::function<void()> Body = std::move(Inside);
+      Inside = nullptr;
+      Body();
+    }
+    if (Action == EFI_BROWSER_ACTION_CHANGED && Question == Ask && ExitOnAsk) {
+      *Request = EFI_BROWSER_ACTION_REQUEST_EXIT;
+    }
+    return EFI_SUCCESS;
+  };
+  for (const Case &Each : Cases) {
+    ExitOnAsk = false;
+    SendSetup();
+    EFI_STATUS Status = EFI_NOT_STARTED;
+    InCallback([&] {
+      std::u16string Whole;
+      ASSERT_EQ(ReadAll(&NamedGuid, nullptr, &Whole), EFI_SUCCESS);
+      std::u16string Write = Whole.substr(0, Whole.find(u"&Volume=")) + u"&Volume=09";
+      UINTN Size = (Write.size() + 1) * sizeof(CHAR16);
+      Status = BrowserCallback(&Size, Write.data(), false, Each.Guid, Each.ItemName);
+    });
+    EXPECT_EQ(Status, EFI_SUCCESS) << Each.Name;
+    EXPECT_TRUE(Shows("Named   [ 7]")) << Each.Name << "\n" << ScreenText();
+    // The form counts as modified: leaving asks whether to save.
+    ExitOnAsk = true;
+    Type("Enter");
+    EXPECT_TRUE(Shows("Configuration has not been saved!")) << Each.Name << "\n" << ScreenText();
+    Type("Right Enter");
+    ASSERT_TRUE(Finished()) << Each.Name;
+    EXPECT_EQ((*Set->Driver->NameValues(NamedGuid))[u"Volume"], u"07") << Each.Name;
+    EXPECT_EQ(SetupBytes(), (std::vector<uint8_t>{0, 1, 3, 0})) << Each.Name;
+  }
+}
+
+TEST_F(ServicesTest, OneWriteReachesEveryCopyOfTheVarstore) {
+  // Two form sets, each with its own driver, share the Setup varstore.
+  PublishSetup(TestGuid(1));
+  PublishedFormSet *First = Set;
+  PublishSetup(TestGuid(2));
+  PublishedFormSet *Second = Set;
+  // Only the first is a tab, and the notified page.
+  Second->Page.reset();
+  Set = First;
+  Send({First->Handle, Second->Handle});
+  ASSERT_TRUE(Waiting()) << ScreenText();
+  EFI_STATUS Status = EFI_NOT_STARTED;
+  InCallback([&] {
+    std::u16string Whole;
+    ASSERT_EQ(ReadAll(&SetupGuid, u"Setup", &Whole), EFI_SUCCESS);
+    std::u16string Write =
+        Whole.substr(0, Whole.find(u"&OFFSET=")) + u"&OFFSET=0003&WIDTH=0001&VALUE=01";
+    UINTN Size = (Write.size() + 1) * sizeof(CHAR16);
+    Status = BrowserCallback(&Size, Write.data(), false, &SetupGuid, u"Setup");
+  });
+  EXPECT_EQ(Status, EFI_SUCCESS);
+  Type("F10 Enter");
+  ASSERT_TRUE(Finished()) << ScreenText();
+  EXPECT_EQ((*First->Driver->Buffer(SetupGuid, u"Setup"))[3], 1);
+  EXPECT_EQ((*Second->Driver->Buffer(SetupGuid, u"Setup"))[3], 1);
+}
+
+} // namespace
+} // namespace morvane::test
