@@ -17,6 +17,7 @@
 #endif
 
 #ifdef MORVANE_ASAN_FIBERS
+#include <sanitizer/asan_interface.h>
 #include <sanitizer/common_interface_defs.h>
 #endif
 
@@ -40,6 +41,17 @@ void FinishSwitch(void *FakeStackSave, const void **BottomOld, size_t *SizeOld) 
   __sanitizer_finish_switch_fiber(FakeStackSave, BottomOld, SizeOld);
 #endif
 }
+
+// A run abandoned while suspended leaves AddressSanitizer's marks of its live frames on the
+// stack; the mapping may come back for the next run, which would then trip over them.
+void ForgetStack(void *Stack, size_t Bytes) {
+#ifdef MORVANE_ASAN_FIBERS
+  __asan_unpoison_memory_region(Stack, Bytes);
+#else
+  (void)Stack;
+  (void)Bytes;
+#endif
+}
 } // namespace
 
 DriverRun::DriverRun(Platform &Owner, std::function<EFI_STATUS()> Body)
@@ -58,6 +70,7 @@ DriverRun::DriverRun(Platform &Owner, std::function<EFI_STATUS()> Body)
 
 DriverRun::~DriverRun() {
   size_t Page = static_cast<size_t>(sysconf(_SC_PAGESIZE));
+  ForgetStack(Stack, StackBytes);
   munmap(static_cast<char *>(Stack) - Page, StackBytes + Page);
 }
 
