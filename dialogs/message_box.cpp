@@ -266,6 +266,15 @@ UINT32 RunMessageBox(const UINT32 *Rect, MessageBoxRequest *Request) {
     }
     UINT16 TitleWidth = DisplayWidth(Request->Title);
     BoxWidth = TitleWidth > BoxWidth ? TitleWidth : BoxWidth;
+    // The buttons stand at even fractions of the width, each with its brackets and a blank
+    // between them: a box narrower than that would print one button over the next.
+    UINT32 Widest = 0;
+    for (UINT32 Index = 0; Index < Request->ButtonCount; Index++) {
+      UINT32 ButtonWidth = DisplayWidth(Request->Buttons[Index].Text);
+      Widest = ButtonWidth > Widest ? ButtonWidth : Widest;
+    }
+    UINT32 ButtonRoom = Request->ButtonCount > 0 ? (Request->ButtonCount + 1) * (Widest + 3) : 0;
+    BoxWidth = ButtonRoom > BoxWidth ? ButtonRoom : BoxWidth;
     CHAR16 *Copy = StrDuplicate(Request->Text != nullptr ? Request->Text : u"");
     if (Copy == nullptr) {
       MessageBoxActive = false;

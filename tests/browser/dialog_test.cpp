@@ -229,6 +229,22 @@ TEST_F(DialogTest, TheHighlightFollowsTheCurrentButton) {
   Close("Esc");
 }
 
+TEST_F(DialogTest, AShortTextStillGivesEveryButtonItsPlace) {
+  const CHAR16 *const Five[] = {u"OK", u"Yes", u"No", u"Retry", u"Cancel"};
+  for (UINT32 Count : {3u, 5u}) {
+    Show([&] {
+      ShowMessageBox(u"Choose", u"What now?", nullptr, 0xF1, 0, Count, 0,
+                     Count == 3 ? ThreeButtons : Five);
+    });
+    std::string Screen = ScreenText();
+    for (UINT32 Index = 0; Index < Count; Index++) {
+      std::string Text = "[" + Utf8(Count == 3 ? ThreeButtons[Index] : Five[Index]) + "]";
+      EXPECT_NE(Screen.find(Text), std::string::npos) << Text << "\n" << Screen;
+    }
+    Close("Esc");
+  }
+}
+
 TEST_F(DialogTest, ABoxWithoutButtonsIgnoresEveryKey) {
   Show([&] { ShowMessageBox(u"Busy", u"Please wait.", nullptr, 0xF1, 0, 0, 0, nullptr); });
   // Three rows of frame and title around one line of text.
