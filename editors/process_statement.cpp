@@ -293,10 +293,24 @@ EFI_STATUS FormatNumber(Statement *Question, CHAR16 *Buffer, UINTN BufferSize) {
       Limit /= 10;
     } while (Limit != 0);
   }
+  UINT64 Number = HiiValueNumber(&Question->Value);
   CHAR16 Format[16];
-  FormatText(Format, sizeof(Format), u"%s%d%s", u"%", static_cast<UINT32>(Width),
-             Display == EFI_IFR_DISPLAY_UINT_HEX ? u"lx" : u"ld");
-  FormatText(Buffer, BufferSize, Format, HiiValueNumber(&Question->Value));
+  if (Display == EFI_IFR_DISPLAY_UINT_HEX || (Number >> 63) == 0) {
+    FormatText(Format, sizeof(Format), u"%s%d%s", u"%", static_cast<UINT32>(Width),
+               Display == EFI_IFR_DISPLAY_UINT_HEX ? u"lx" : u"ld");
+    FormatText(Buffer, BufferSize, Format, Number);
+    return EFI_SUCCESS;
+  }
+  // The print engine's decimals are signed, and this number has its top bit set: it is printed
+  // as its tenth in one cell less and its last digit, so that it shows unsigned and keeps its
+  // low digits when the field cuts it.
+  Buffer[0] = 0;
+  if (Width > 1) {
+    FormatText(Format, sizeof(Format), u"%s%d%s", u"%", static_cast<UINT32>(Width - 1), u"ld");
+    FormatText(Buffer, BufferSize, Format, Number / 10);
+  }
+  CHAR16 Digit[2] = {static_cast<CHAR16>(u'0' + Number % 10), 0};
+  StrAppend(Buffer, Digit);
   return EFI_SUCCESS;
 }
 
