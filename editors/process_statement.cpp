@@ -110,12 +110,25 @@ EFI_STATUS EditOneOf(UiSelection *Selection, MenuLine *Line) {
 }
 
 // An ordered list whose first container is 0 takes its standard default before anything else.
+// The default search answers in the question's Value, which an ordered list does not show, so
+// the bytes it finds there are moved into the containers; a default has at most 8 of them.
 void FillOrderedListDefault(UiSelection *Selection, Statement *Question) {
-  if (Question->ValueBuffer != nullptr && Question->ValueBytes > 0 &&
-      Question->ValueBuffer[0] == 0) {
-    FindQuestionDefault(Selection->FormSet, Selection->Form, Question,
-                        EFI_HII_DEFAULT_CLASS_STANDARD);
+  if (Question->ValueBuffer == nullptr || Question->ValueBytes == 0 ||
+      Question->ValueBuffer[0] != 0) {
+    return;
   }
+  if (EFI_ERROR(FindQuestionDefault(Selection->FormSet, Selection->Form, Question,
+                                    EFI_HII_DEFAULT_CLASS_STANDARD))) {
+    return;
+  }
+  UINTN Count = Question->MaxContainers;
+  if (Count > Question->ValueBytes) {
+    Count = Question->ValueBytes;
+  }
+  if (Count > sizeof(Question->Value.Value)) {
+    Count = sizeof(Question->Value.Value);
+  }
+  CopyBytes(Question->ValueBuffer, Question->Value.Value, Count);
 }
 
 EFI_STATUS OrderedListText(UiSelection *Selection, MenuLine *Line, CHAR16 **OutText) {
