@@ -253,10 +253,13 @@ EFI_STATUS PaintFormBody(UiSelection *Selection, UINT32 Repaint) {
     DrawHorizontal(Body.Frame.Left, TitleRow + 1, Width(Body.Frame), FrameAttribute,
                    BOXDRAW_HORIZONTAL, BOXDRAW_VERTICAL_RIGHT, Junction);
   } else if (Repaint == PAINT_CHANGED) {
-    // That row carried a sub-form's rule; these two cells put the frame back.
+    // The row that carried a sub-form's rule; these two cells put the frame back. A sub-form's
+    // rule stands two rows below the frame's top border whatever the margin, so it is the
+    // client's top row only for styles with a margin; without one it is the row below.
+    UINT32 RuleRow = Body.Client.Top + 1 - Margin;
     SetAttribute(FrameAttribute);
-    PutCharAt(Body.Frame.Left, Body.Client.Top, BOXDRAW_VERTICAL);
-    PutCharAt(Body.Frame.Right, Body.Client.Top, Junction);
+    PutCharAt(Body.Frame.Left, RuleRow, BOXDRAW_VERTICAL);
+    PutCharAt(Body.Frame.Right, RuleRow, Junction);
   }
 
   EFI_STATUS Status = RunMenuLoop(Selection);
