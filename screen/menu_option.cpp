@@ -88,14 +88,20 @@ UINT16 AddMenuOption(UiSelection *Selection, Statement *Question, CHAR16 *Descri
 }
 
 // Prints a text of several lines (split at carriage returns) from (Column, Row), each line cut
-// to Width cells; returns the width of the widest line printed.
-UINT16 PrintLines(CHAR16 *Text, UINT32 Column, UINT32 Row, UINT16 Width, UINT32 LastRow) {
+// to Width cells; with ClearTo not 0 the rest of each row up to that column is cleared. Returns
+// the width of the widest line printed.
+UINT16 PrintLines(CHAR16 *Text, UINT32 Column, UINT32 Row, UINT16 Width, UINT32 LastRow,
+                  UINTN Attribute, UINT32 ClearTo, UINTN Background) {
   UINT16 Written = 0;
   UINTN Position = 0;
   UINTN Length = StrLength(Text);
   for (UINT32 Line = 0; Row + Line <= LastRow; Line++) {
     UINTN End = Position;
     if (EFI_ERROR(FindLineEnd(Text, &End))) {
+      // An empty text, or an empty last line: the row is cleared all the same.
+      if (ClearTo != 0) {
+        ClearRect(Column, ClearTo, Row + Line, Row + Line, Background);
+      }
       break;
     }
     CHAR16 Saved = Text[End];
@@ -106,8 +112,13 @@ UINT16 PrintLines(CHAR16 *Text, UINT32 Column, UINT32 Row, UINT16 Width, UINT32 
       break;
     }
     UINT16 Cells = CutToWidth(Piece, Width);
+    SetAttribute(Attribute);
     PrintAt(Column, Row + Line, Piece);
     FreePoolIfSet(Piece);
+    // A shorter line must not leave what stood behind it on the row.
+    if (ClearTo != 0) {
+      ClearRect(Column + Cells, ClearTo, Row + Line, Row + Line, Background);
+    }
     if (Cells > Written) {
       Written = Cells;
     }
@@ -117,6 +128,38 @@ UINT16 PrintLines(CHAR16 *Text, UINT32 Column, UINT32 Row, UINT16 Width, UINT32 
     Position = End + 2;
   }
   return Written;
+}
+
+// The cells that line Line of the option's prompt takes once cut to its width; 0 past the
+// prompt's last line.
+UINT16 PromptLineCells(const MenuLine *Option, UINT32 Line) {
+  const CHAR16 *Text = Option->Description;
+  if (Text == nullptr) {
+    return 0;
+  }
+  UINTN Position = 0;
+  for (UINT32 Index = 0;; Index++) {
+    UINTN End = Position;
+    if (EFI_ERROR(FindLineEnd(Text, &End))) {
+      return 0;
+    }
+    if (Index == Line) {
+      UINT16 Cells = 0;
+      for (UINTN At = Position; At < End; At++) {
+        CHAR16 Character = Text[At];
+        UINT16 Next = Cells;
+        if (Character != NARROW_CHAR && Character != WIDE_CHAR) {
+          Next = static_cast<UINT16>(Cells + (IsNarrow(Character) ? 1 : 2));
+        }
+        if (Next > Option->PromptWidth) {
+          break;
+        }
+        Cells = Next;
+      }
+      return Cells;
+    }
+    Position = End + 2;
+  }
 }
 
 } // namespace
@@ -353,7 +396,13 @@ void PaintMenuOption(UiSelection *Selection, MenuLine *Option, bool Highlight, U
   UINT16 Inner = HasBrackets(Question) ? 2 : 0;
   UINTN Background = BodyAttribute(0);
   UINT16 Written = 0;
+  // An option of several rows on the last page may pass the body's last row: what lies below it
+  // belongs to the frame and the footer, so it is neither printed nor cleared.
   UINT32 LastRow = ScreenRow + Option->Skip - 1;
+  if (LastRow > Client.Bottom) {
+    LastRow = Client.Bottom;
+  }
+  UINT32 RightEdge = Client.Right - 1;
 
   if (Option->Field == 0) {
     ClearRect(Client.Left, Client.Left + 2, ScreenRow, LastRow, Background);
@@ -369,7 +418,7 @@ void PaintMenuOption(UiSelection *Selection, MenuLine *Option, bool Highlight, U
       UINT32 Row = ScreenRow + Line;
       UINTN End = Position;
       if (EFI_ERROR(FindLineEnd(Option->Description, &End))) {
-        ClearRect(Option->Column, Client.Right - 1, Row, Row, Background);
+        ClearRect(Option->Column, RightEdge, Row, Row, Background);
         break;
       }
       CHAR16 *Text =
@@ -385,7 +434,7 @@ void PaintMenuOption(UiSelection *Selection, MenuLine *Option, bool Highlight, U
       PrintAt(Option->Column, Row, Text);
       FreePoolIfSet(Text);
       if (IsPromptOnly(Question)) {
-        ClearRect(Option->Column + Written, Client.Right - 1, Row, Row, Background);
+        ClearRect(Option->Column + Written, RightEdge, Row, Row, Background);
       }
     }
     if (IsPromptOnly(Question)) {
@@ -399,20 +448,32 @@ void PaintMenuOption(UiSelection *Selection, MenuLine *Option, bool Highlight, U
   } else {
     ProcessStatement(Selection, Option, FALSE, &Value);
   }
+  // Each row is cleared from the end of its own prompt line: the lines of a prompt differ in
+  // width, and a row below the last one has none.
+  bool OwnsPrompt = Option->Field == 0;
   if (Value == nullptr) {
-    ClearRect(Option->Column + Written, Client.Right - 1, ScreenRow, LastRow, Background);
+    for (UINT32 Row = ScreenRow; Row <= LastRow; Row++) {
+      UINT16 Cells = OwnsPrompt ? PromptLineCells(Option, Row - ScreenRow) : Written;
+      ClearRect(Option->Column + Cells, RightEdge, Row, Row, Background);
+    }
     return;
   }
   bool DateOrTime = IsDateOrTime(Question);
-  if (Option->Field == 0) {
+  UINT32 ValueLines = DateOrTime ? 1 : CountLines(Value);
+  if (OwnsPrompt) {
     UINT32 GapEnd = DateOrTime ? Option->ValueColumn - 2u : Option->ValueColumn - 1u;
-    ClearRect(Option->Column + Written, GapEnd, ScreenRow, LastRow, Background);
+    for (UINT32 Row = ScreenRow; Row <= LastRow; Row++) {
+      UINT32 Line = Row - ScreenRow;
+      // A row the value does not reach is cleared to the end.
+      ClearRect(Option->Column + PromptLineCells(Option, Line),
+                Line < ValueLines ? GapEnd : RightEdge, Row, Row, Background);
+    }
   }
   UINT32 ValueScreenRow = Option->ValueRow - Top + Client.Top;
   UINT32 Column = Option->ValueColumn + (HasBrackets(Question) ? 1 : 0);
-  SetAttribute(ValueAttribute(Option, Highlight));
   UINT16 Room = Option->ValueWidth > Inner ? static_cast<UINT16>(Option->ValueWidth - Inner) : 0;
-  Written = PrintLines(Value, Column, ValueScreenRow, Room, Client.Bottom);
+  Written = PrintLines(Value, Column, ValueScreenRow, Room, LastRow,
+                       ValueAttribute(Option, Highlight), DateOrTime ? 0 : RightEdge, Background);
 
   UINTN Plain = ValueAttribute(Option, false);
   if (DateOrTime) {
@@ -425,10 +486,8 @@ void PaintMenuOption(UiSelection *Selection, MenuLine *Option, bool Highlight, U
     }
     if (Option->Field == 2) {
       PutCharAt(Column + Written, ValueScreenRow, u']');
-      ClearRect(Column + Written + 1, Client.Right - 1, ValueScreenRow, ValueScreenRow, Background);
+      ClearRect(Column + Written + 1, RightEdge, ValueScreenRow, ValueScreenRow, Background);
     }
-  } else {
-    ClearRect(Column + Written, Client.Right - 1, ValueScreenRow, LastRow, Background);
   }
   if (HasBrackets(Question)) {
     SetAttribute(Plain);
