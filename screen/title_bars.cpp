@@ -168,6 +168,8 @@ EFI_STATUS PaintMenuBar(UiSelection *Selection, UINT32 Repaint) {
     Column += TabStep;
   }
   if (More && TopForm) {
+    // The tab printed last may be the current one, in its own colour.
+    SetAttribute(Row->Attribute[0]);
     PutCharAt(Area.Client.Right - 2, Area.Client.Top, u'>');
   }
   return EFI_SUCCESS;
