@@ -195,7 +195,9 @@ EFI_STATUS DisplayForm(UiSelection *Selection) {
 EFI_STATUS PaintFormBody(UiSelection *Selection, UINT32 Repaint) {
   ScreenArea &Body = Browser->BodyArea;
   if (Body.Row == nullptr) {
-    return EFI_SUCCESS;
+    // No form can be shown and no key read: success would have the form loop paint again at
+    // once, for ever, so the failure goes up to SendForm as for a form without a layout.
+    return EFI_UNSUPPORTED;
   }
   bool Joined = FitBody(Selection);
   if (EFI_ERROR(MenuOptionsBuildStatus())) {
