@@ -1,0 +1,134 @@
+// The highlight's moves over lines that cannot take it, on forms longer and shorter than the
+// page: where the page stands and what is highlighted after each key.
+#include "screen/menu_option.h"
+#include "tests/common/text.h"
+#include "tests/screen/screen_fixture.h"
+
+namespace morvane::test {
+namespace {
+
+using kit::IfrWriter;
+using kit::Strings;
+
+struct Step {
+  const char *Key;
+  UINT32 Top;
+  EFI_QUESTION_ID Highlighted;
+};
+
+class MovementTest : public ScreenTest {
+protected:
+  // Lines described by a string: "s" a subtitle, "c" a checkbox (question 0x10, 0x11, ...).
+  void PublishLines(const std::string &Lines) {
+    Strings S;
+    IfrWriter W;
+    EFI_STRING_ID Title = S.Add(u"Lines");
+    W.FormSet(TestGuid(1), Title, S.Add(u"Help"), {}, true);
+    W.VarStore(TestGuid(1), 1, 64, "Data");
+    W.Form(1, Title, true);
+    UINT16 Checkboxes = 0;
+    for (size_t Index = 0; Index < Lines.size(); Index++) {
+      std::u16string Number = FromUtf8(std::to_string(Index));
+      if (Lines[Index] == 's') {
+        W.Subtitle(S.Add(u"Heading " + Number), 0);
+      } else {
+        W.Checkbox({S.Add(u"Setting " + Number), S.Add(u"A setting"),
+                    static_cast<EFI_QUESTION_ID>(0x10 + Checkboxes), 1, Checkboxes, 0});
+        Checkboxes++;
+      }
+    }
+    W.End().End();
+    PublishForms(1, W, S, 64);
+    Send(Handles());
+    ASSERT_TRUE(Waiting()) << ScreenText();
+  }
+
+  void Walk(std::initializer_list<Step> Steps) {
+    for (const Step &Each : Steps) {
+      Type(Each.Key);
+      UINT32 Top = Browser->TopOption != nullptr ? Browser->TopOption->Row : 0xFFFF;
+      Statement *Current = Browser->Selection->Statement;
+      EXPECT_EQ(Top, Each.Top) << Each.Key << "\n" << ScreenText();
+      EXPECT_EQ(Current != nullptr ? Current->QuestionId : 0, Each.Highlighted) << Each.Key;
+    }
+  }
+};
+
+// Two settings, rows 10 and 41 of 43, among headings: Down reaches the far one in one step by
+// the rows between them; Up goes back the same way, and at the first setting brings the
+// headings above it into view while the highlight stays.
+TEST_F(MovementTest, AcrossLongStretchesOfHeadings) {
+  PublishLines(std::string(10, 's') + "c" + std::string(30, 's') + "cs");
+  Walk({
+      {"Down", 26, 0x11}, // 41 - 10 rows down, cut to the last page: 43 - 17
+      {"Down", 26, 0x11}, // nothing selectable below, and the page shows the last line
+      {"Up", 10, 0x10},   // up by the rows from the top to the setting
+      {"Up", 0, 0x10},    // the headings above come into view
+      {"Up", 0, 0x10},
+      {"End", 26, 0x11},
+      {"Home", 0, 0x10},
+  });
+  EXPECT_EQ(Host().Speaker()->Beeps(), 0u);
+}
+
+// A form shorter than the page never scrolls: Page Up, Page Down, Home and End only move the
+// highlight to the first or the last setting, and neither end wraps.
+TEST_F(MovementTest, AFormThatFitsThePageNeverScrolls) {
+  PublishLines("scccccs");
+  Walk({
+      {"PgDn", 0, 0x14},
+      {"PgUp", 0, 0x10},
+      {"End", 0, 0x14},
+      {"Down", 0, 0x14},
+      {"Home", 0, 0x10},
+      {"Up", 0, 0x10},
+      {"Down", 0, 0x11},
+  });
+}
+
+// Page Down on the last page cannot scroll: the highlight goes to the last setting.
+TEST_F(MovementTest, PageDownOnTheLastPage) {
+  PublishLines(std::string(40, 'c'));
+  Walk({
+      {"End", 23, 0x10 + 39},
+      {"Up Up", 23, 0x10 + 37},
+      {"PgDn", 23, 0x10 + 39},
+      {"PgUp", 6, 0x10 + 6},
+  });
+}
+
+// A time on the real-time clock refreshes once a second, but only while it is in view and not
+// highlighted: out of view it stays on the refresh list and is passed over.
+TEST_F(MovementTest, AClockOutOfViewIsNotPainted) {
+  Strings S;
+  IfrWriter W;
+  EFI_STRING_ID Title = S.Add(u"Clock");
+  W.FormSet(TestGuid(1), Title, S.Add(u"Help"), {}, true);
+  W.VarStore(TestGuid(1), 1, 64, "Data");
+  W.Form(1, Title, true);
+  for (UINT16 Index = 0; Index < 30; Index++) {
+    W.Checkbox({S.Add(u"Setting " + FromUtf8(std::to_string(Index))), S.Add(u"A setting"),
+                static_cast<EFI_QUESTION_ID>(0x10 + Index), 1, Index, 0});
+  }
+  W.Time({S.Add(u"Now"), S.Add(u"The clock"), 0x50, 0, 0, 0}, QF_TIME_STORAGE_TIME);
+  W.End().End();
+  PublishForms(1, W, S, 64);
+  Send(Handles());
+  ASSERT_TRUE(Waiting());
+  std::vector<std::string> Before = ScreenRows();
+  Type("wait 2500");
+  EXPECT_EQ(ScreenRows(), Before) << ScreenText();
+  // In view, it shows the time of the last tick it was read at; highlighted, it is read and
+  // left as it is painted, and once the highlight has gone it is painted each second.
+  Type("End");
+  EXPECT_NE(Cells(20).find(u"[00:00:00]"), std::u16string::npos) << ScreenText();
+  Type("wait 1000");
+  EXPECT_NE(Cells(20).find(u"[00:00:00]"), std::u16string::npos) << ScreenText();
+  Type("Up");
+  EXPECT_NE(Cells(20).find(u"[00:00:03]"), std::u16string::npos) << ScreenText();
+  Type("wait 1000");
+  EXPECT_NE(Cells(20).find(u"[00:00:04]"), std::u16string::npos) << ScreenText();
+}
+
+} // namespace
+} // namespace morvane::test
