@@ -216,6 +216,41 @@ TEST_F(OptionTest, TheThreeFieldsOfADateAndATime) {
   EXPECT_EQ(Last->Statement->RefreshInterval, 1);
 }
 
+// A statement whose prompt cannot be read gets no line and no place in the display order; a
+// sub-form whose title cannot be read keeps its title row blank.
+TEST_F(OptionTest, UnreadableStringsLeaveNoLine) {
+  Strings S;
+  IfrWriter W;
+  EFI_STRING_ID Title = S.Add(u"Gaps");
+  W.FormSet(TestGuid(1), Title, S.Add(u"Help"), {}, true);
+  W.VarStore(TestGuid(1), 1, 8, "Data");
+  W.Form(1, Title, true);
+  W.Checkbox({S.Add(u"Before"), S.Add(u"Readable"), 0x10, 1, 0, 0});
+  W.Checkbox({999, S.Add(u"No prompt"), 0x11, 1, 1, 0});
+  W.Checkbox({S.Add(u"After"), S.Add(u"Readable"), 0x12, 1, 2, 0});
+  W.Ref({S.Add(u"Untitled"), S.Add(u"A sub-form"), 0x13, 0, 0, 0}, 2);
+  W.End();
+  W.Form(2, 998, true);
+  W.Checkbox({S.Add(u"Inner"), S.Add(u"Readable"), 0x20, 1, 3, 0});
+  W.End();
+  W.End();
+  PublishForms(1, W, S, 8);
+  Send(Handles());
+  ASSERT_TRUE(Waiting());
+  EXPECT_EQ(RowOf(u"   Before "), 4);
+  EXPECT_EQ(RowOf(u"   After "), 5);
+  EXPECT_EQ(RowOf(u"► Untitled"), 6);
+  std::vector<UINT16> Order;
+  LIST_FOR_EACH(Link, &Browser->OptionList) {
+    Order.push_back(MenuLineFromLink(Link)->DisplayIndex);
+  }
+  EXPECT_EQ(Order, (std::vector<UINT16>{0, 1, 2}));
+  Type("End Enter");
+  ASSERT_EQ(RowOf(u"   Inner "), 6) << ScreenText();
+  EXPECT_EQ(Line(3), Blanks(52));
+  EXPECT_EQ(CharAt(0, 4), u'├');
+}
+
 // An option of several rows on the last page passes the page: what does not fit is neither
 // printed nor cleared, so the frame and the footer below the body stay.
 TEST_F(OptionTest, AnOptionTallerThanTheRestOfThePage) {
