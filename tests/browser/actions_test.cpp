@@ -43,15 +43,6 @@ std::string PlatformLanguage(host::Platform &Host) {
   return Buffer;
 }
 
-BROWSER_SERVICES_PROTOCOL *LocateServices(EFI_BOOT_SERVICES *Boot) {
-  EFI_GUID Guid = gBrowserServicesProtocolGuid;
-  VOID *Interface = nullptr;
-  if (EFI_ERROR(Boot->LocateProtocol(&Guid, nullptr, &Interface))) {
-    return nullptr;
-  }
-  return static_cast<BROWSER_SERVICES_PROTOCOL *>(Interface);
-}
-
 class ActionTest : public BrowserTest {
 protected:
   PublishedFormSet *Main = nullptr;

@@ -120,9 +120,18 @@ std::string ScreenFileText(const std::vector<std::string> &Text,
   return Out;
 }
 
-void BrowserTest::ExpectScreen(const std::string &Name) {
-  std::string Path = std::string(MORVANE_SOURCE_DIR) + "/tests/browser/screens/" + Name + ".txt";
-  std::string Actual = ScreenFileText(ScreenRows(), AttributeRows());
+BROWSER_SERVICES_PROTOCOL *LocateServices(EFI_BOOT_SERVICES *Boot) {
+  EFI_GUID Guid = gBrowserServicesProtocolGuid;
+  VOID *Interface = nullptr;
+  if (EFI_ERROR(Boot->LocateProtocol(&Guid, nullptr, &Interface))) {
+    return nullptr;
+  }
+  return static_cast<BROWSER_SERVICES_PROTOCOL *>(Interface);
+}
+
+void ExpectScreenFile(const std::string &Directory, const std::string &Name,
+                      const std::string &Actual) {
+  std::string Path = std::string(MORVANE_SOURCE_DIR) + "/" + Directory + "/" + Name + ".txt";
   const char *Update = std::getenv("MORVANE_UPDATE_SCREENS");
   if (Update != nullptr && std::string(Update) == "1") {
     std::ofstream(Path, std::ios::binary) << Actual;
@@ -138,6 +147,10 @@ void BrowserTest::ExpectScreen(const std::string &Name) {
   std::stringstream Expected;
   Expected << File.rdbuf();
   EXPECT_EQ(Expected.str(), Actual) << "screen " << Name << " differs from " << Path;
+}
+
+void BrowserTest::ExpectScreen(const std::string &Name) {
+  ExpectScreenFile("tests/browser/screens", Name, ScreenFileText(ScreenRows(), AttributeRows()));
 }
 
 std::string BrowserTest::OutstandingSinceSend() {

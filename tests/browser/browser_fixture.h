@@ -10,6 +10,7 @@
 #include <string>
 #include <vector>
 
+#include "dialogs/browser_services.h"
 #include "host/components/config_driver.h"
 #include "host/components/pages.h"
 #include "host/kit/kit.h"
@@ -87,6 +88,14 @@ protected:
 // The expected-screen file format, exposed for the morvane program's tests.
 std::string ScreenFileText(const std::vector<std::string> &Text,
                            const std::vector<std::string> &Attributes);
+
+// Compares a screen with the expected file Directory/Name.txt under the source tree, or writes
+// the file when MORVANE_UPDATE_SCREENS=1.
+void ExpectScreenFile(const std::string &Directory, const std::string &Name,
+                      const std::string &Actual);
+
+// The driver's browser services protocol, or null when it is not installed.
+BROWSER_SERVICES_PROTOCOL *LocateServices(EFI_BOOT_SERVICES *Boot);
 
 // A GUID that differs from the base in its last byte; handy for many form sets in one test.
 EFI_GUID TestGuid(UINT8 Last);

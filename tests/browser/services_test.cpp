@@ -36,15 +36,6 @@ const EFI_GUID SetupGuid = TestGuid(1);
 const EFI_GUID NamedGuid = TestGuid(3);
 const EFI_GUID SpareGuid = TestGuid(4);
 
-BROWSER_SERVICES_PROTOCOL *LocateServices(EFI_BOOT_SERVICES *Boot) {
-  EFI_GUID Guid = gBrowserServicesProtocolGuid;
-  VOID *Interface = nullptr;
-  if (EFI_ERROR(Boot->LocateProtocol(&Guid, nullptr, &Interface))) {
-    return nullptr;
-  }
-  return static_cast<BROWSER_SERVICES_PROTOCOL *>(Interface);
-}
-
 class ServicesTest : public BrowserTest {
 protected:
   PublishedFormSet *Set = nullptr;

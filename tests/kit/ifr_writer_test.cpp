@@ -6,7 +6,7 @@
 #include "host/kit/guid_text.h"
 #include "host/kit/ifr_writer.h"
 #include "uefi/hii.h"
-#include "tests/kit/kit_bytes.h"
+#include "tests/common/bytes.h"
 
 using morvane::kit::IfrValue;
 using morvane::kit::IfrWriter;

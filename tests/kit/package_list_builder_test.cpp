@@ -2,7 +2,7 @@
 
 #include "host/kit/guid_text.h"
 #include "host/kit/package_list_builder.h"
-#include "tests/kit/kit_bytes.h"
+#include "tests/common/bytes.h"
 
 using morvane::kit::IfrWriter;
 using morvane::kit::PackageListBuilder;

@@ -3,7 +3,7 @@
 #include <stdexcept>
 
 #include "host/kit/strings.h"
-#include "tests/kit/kit_bytes.h"
+#include "tests/common/bytes.h"
 
 using morvane::kit::StringPackageOptions;
 using morvane::kit::Strings;

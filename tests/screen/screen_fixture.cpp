@@ -1,15 +1,7 @@
 #include "tests/screen/screen_fixture.h"
 
-#include <cstdlib>
-#include <fstream>
-#include <sstream>
-
 #include "host/components/layouts.h"
 #include "tests/common/text.h"
-
-#ifndef MORVANE_SOURCE_DIR
-#error "MORVANE_SOURCE_DIR names the source tree, where the expected screens live"
-#endif
 
 namespace morvane::test {
 
@@ -137,23 +129,8 @@ int ScreenTest::RowOf(const std::u16string &Text) {
 }
 
 void ScreenTest::ExpectScreenFile(const std::string &Name) {
-  std::string Path = std::string(MORVANE_SOURCE_DIR) + "/tests/screen/screens/" + Name + ".txt";
-  std::string Actual = ScreenFileText(ScreenRows(), AttributeRows());
-  const char *Update = std::getenv("MORVANE_UPDATE_SCREENS");
-  if (Update != nullptr && std::string(Update) == "1") {
-    std::ofstream(Path, std::ios::binary) << Actual;
-    return;
-  }
-  std::ifstream File(Path, std::ios::binary);
-  if (!File) {
-    ADD_FAILURE() << "no expected screen " << Path
-                  << " (run with MORVANE_UPDATE_SCREENS=1 to write it, then review it)\n"
-                  << Actual;
-    return;
-  }
-  std::stringstream Expected;
-  Expected << File.rdbuf();
-  EXPECT_EQ(Expected.str(), Actual) << "screen " << Name << " differs from " << Path;
+  test::ExpectScreenFile("tests/screen/screens", Name,
+                         ScreenFileText(ScreenRows(), AttributeRows()));
 }
 
 PublishedFormSet &ScreenTest::PublishForms(UINT8 Id, kit::IfrWriter &Forms, kit::Strings &Strings,

@@ -1,4 +1,5 @@
-// Byte-vector helpers for hand-assembled expectations.
+// Byte-vector helpers for hand-assembled packages and expectations: little-endian fields and
+// zero-terminated strings, as the published formats lay them out.
 #pragma once
 
 #include <cstdint>
@@ -16,6 +17,15 @@ inline ByteVector Join(std::initializer_list<ByteVector> Parts) {
     Out.insert(Out.end(), Part.begin(), Part.end());
   }
   return Out;
+}
+
+inline ByteVector Le16(uint32_t Value) {
+  return {static_cast<uint8_t>(Value), static_cast<uint8_t>(Value >> 8)};
+}
+
+inline ByteVector Le32(uint32_t Value) {
+  return {static_cast<uint8_t>(Value), static_cast<uint8_t>(Value >> 8),
+          static_cast<uint8_t>(Value >> 16), static_cast<uint8_t>(Value >> 24)};
 }
 
 // "Hi" -> 48 00 69 00 00 00
