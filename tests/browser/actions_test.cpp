@@ -755,11 +755,12 @@ protected:
     Set->Driver->AddBufferStorage(TestGuid(5), u"Guarded", std::vector<uint8_t>(8, 0));
   }
 
-  void InstallManager(std::vector<std::vector<uint8_t>> Records, bool CurrentFails = false) {
+  void InstallManager(std::vector<std::vector<uint8_t>> Records, bool CurrentFails = false,
+                      EFI_BOOT_SERVICES *Services = nullptr) {
     Manager = std::make_unique<TestUserManager>();
     Manager->Records = std::move(Records);
     Manager->CurrentFails = CurrentFails;
-    ASSERT_EQ(Manager->Install(Boot()), EFI_SUCCESS);
+    ASSERT_EQ(Manager->Install(Services != nullptr ? Services : Boot()), EFI_SUCCESS);
   }
 
   bool Shows(const std::string &Text) { return ScreenText().find(Text) != std::string::npos; }
@@ -785,9 +786,10 @@ protected:
 };
 
 TEST_F(UserAccessTest, QuestionsAndFormsFollowTheLevelOfTheCurrentUser) {
+  enum ManagerArrives { Never, AfterEntry, BeforeEntry };
   struct Case {
     const char *Name;
-    bool WithManager;
+    ManagerArrives WithManager;
     std::vector<std::vector<uint8_t>> Records;
     bool CurrentFails;
     std::vector<const char *> Hidden;
@@ -805,45 +807,52 @@ TEST_F(UserAccessTest, QuestionsAndFormsFollowTheLevelOfTheCurrentUser) {
   // A record of another type (a user name) is passed over.
   const std::vector<uint8_t> NameRecord = UserInfoRecord(0x01, {'A', 0, 0, 0});
   const Case Cases[] = {
-      {"no user manager", false, {}, false, AdminHides, AdminSees, true},
+      {"no user manager", Never, {}, false, AdminHides, AdminSees, true},
       {"administrator",
-       true,
+       AfterEntry,
        {NameRecord, PolicyWithLevel(gEfiUserInfoAccessSetupAdminGuid)},
        false,
        AdminHides,
        AdminSees,
        true},
       {"normal user",
-       true,
+       AfterEntry,
        {PolicyWithLevel(gEfiUserInfoAccessSetupNormalGuid)},
        false,
        {"Admin Only", "Admin Form", "No Level"},
        {Plain, NormalOnly, OtherSetting},
        false},
       {"restricted user",
-       true,
+       AfterEntry,
        {PolicyWithLevel(gEfiUserInfoAccessSetupRestrictedGuid)},
        false,
        {"Admin Only", "Admin Form", "Normal Only", "No Level"},
        {Plain, OtherSetting},
        false},
       {"policy without a setup entry",
-       true,
+       AfterEntry,
        {NoSetupEntry},
        false,
        {"Admin Only", "Admin Form", "Normal Only"},
        {Plain, NobodyHasLevel, OtherSetting},
        false},
       {"setup entry too short",
-       true,
+       AfterEntry,
        {ShortSetupEntry},
        false,
        {"Admin Only", "Admin Form", "Normal Only"},
        {Plain, NobodyHasLevel, OtherSetting},
        false},
-      {"no access policy", true, {NameRecord}, false, AdminHides, AdminSees, true},
+      {"no access policy", AfterEntry, {NameRecord}, false, AdminHides, AdminSees, true},
+      {"normal user, manager there before the entry",
+       BeforeEntry,
+       {PolicyWithLevel(gEfiUserInfoAccessSetupNormalGuid)},
+       false,
+       {"Admin Only", "Admin Form", "No Level"},
+       {Plain, NormalOnly, OtherSetting},
+       false},
       {"current user unreadable",
-       true,
+       AfterEntry,
        {PolicyWithLevel(gEfiUserInfoAccessSetupNormalGuid)},
        true,
        AdminHides,
@@ -851,10 +860,17 @@ TEST_F(UserAccessTest, QuestionsAndFormsFollowTheLevelOfTheCurrentUser) {
        true},
   };
   for (const Case &Each : Cases) {
-    Restart(tools::SessionOptions());
+    tools::SessionOptions Options;
+    if (Each.WithManager == BeforeEntry) {
+      // The browser finds it at its entry, with no notification to wait for.
+      Options.BeforeEntry = [&](EFI_BOOT_SERVICES *Services) {
+        InstallManager(Each.Records, Each.CurrentFails, Services);
+      };
+    }
+    Restart(Options);
     PublishGuarded();
-    if (Each.WithManager) {
-      // The manager arrives after the driver's entry, as on a platform that loads it later.
+    if (Each.WithManager == AfterEntry) {
+      // As on a platform that loads the manager after the browser.
       InstallManager(Each.Records, Each.CurrentFails);
     }
     Send({Set->Handle});

@@ -26,6 +26,9 @@ BrowserSession::BrowserSession(const SessionOptions &Options) {
         EFI_VARIABLE_NON_VOLATILE | EFI_VARIABLE_BOOTSERVICE_ACCESS | EFI_VARIABLE_RUNTIME_ACCESS,
         Language.size() + 1, Language.data());
   }
+  if (Options.BeforeEntry) {
+    Options.BeforeEntry(Host->BootServices());
+  }
   Entry = BrowserDriverEntry(Host->ImageHandle(), Host->SystemTable());
   if (!EFI_ERROR(Entry)) {
     EFI_GUID Guid = gEfiFormBrowser2ProtocolGuid;

@@ -4,6 +4,7 @@
 // browser through it; nothing of one session outlives it.
 #pragma once
 
+#include <functional>
 #include <memory>
 #include <optional>
 #include <string>
@@ -27,6 +28,9 @@ struct SessionOptions {
   bool ExtendedInputAfterEntry = true;
   // Written to "PlatformLang" before the entry when not empty.
   std::string Language;
+  // Runs on the assembled platform just before the driver's entry: for components that a
+  // platform loads before the browser.
+  std::function<void(EFI_BOOT_SERVICES *)> BeforeEntry;
 };
 
 struct SendFormRequest {
