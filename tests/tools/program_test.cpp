@@ -325,6 +325,9 @@ TEST_F(ProgramTest, FormSetAndForm) {
        "WX-0042"},
       {"sample form set", {"--formset", AdvancedFormSet}, "CPU Configuration"},
       {"sample form", {"--formset", AdvancedFormSet, "--form", "2"}, "Hyper-Threading"},
+      {"form id in hexadecimal",
+       {"--formset", AdvancedFormSet, "--form", "0x2"},
+       "Hyper-Threading"},
   };
   for (const StartCase &Case : Cases) {
     ProgramResult Run = Headless("", Case.Arguments);
@@ -368,8 +371,11 @@ TEST_F(ProgramTest, ExitCodes) {
       {"size without rows", "", {"--size", "80x"}, 2, "", "COLSxROWS"},
       {"dump mode", "", {"--dump", "html"}, 2, "", "--dump"},
       {"form set not a guid", "", {"--formset", "main"}, 2, "", "main"},
-      {"form not a number", "", {"--form", "two"}, 2, "", "--form"},
-      {"form out of range", "", {"--form", "70000"}, 2, "", "--form"},
+      {"size too large", "", {"--size", "1001x25"}, 2, "", "each from 1 to 1000"},
+      {"form not a number", "", {"--form", "two"}, 2, "", "--form: 'two' is not a form id"},
+      {"form out of range", "", {"--form", "70000"}, 2, "", "--form: '70000' is not a form id"},
+      {"form negative", "", {"--form", "-1"}, 2, "", "--form: '-1' is not a form id"},
+      {"form with trailing text", "", {"--form", "2x"}, 2, "", "--form: '2x' is not a form id"},
       {"missing package file",
        "",
        {"--packages", "/nonexistent/forms.hpk"},

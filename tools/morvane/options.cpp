@@ -52,11 +52,12 @@ std::optional<int> ParseOptions(int Argc, char **Argv, ProgramOptions *Options) 
                "morvane");
   std::string FormSet;
   std::string Size;
+  std::string Form;
   std::string Dump = "text";
   // A missing file is reported where the files are read, with the other file errors.
   App.add_option("--packages", Options->Packages, "HII package list files to show, one tab each");
   App.add_option("--formset", FormSet, "the form set GUID to show first");
-  App.add_option("--form", Options->FormId, "the form id to show first (0: the first form)");
+  App.add_option("--form", Form, "the form id to show first (0: the first form)");
   App.add_option("--size", Size, "console size COLSxROWS, at least 80x25");
   App.add_option("--lang", Options->Language, "platform language, such as en-US or fr-FR");
   App.add_option("--vars", Options->VariablesFile,
@@ -81,11 +82,27 @@ std::optional<int> ParseOptions(int Argc, char **Argv, ProgramOptions *Options) 
       return ExitUsage;
     }
   }
+  if (!Form.empty()) {
+    // Decimal or 0x-hexadecimal, as form ids appear in IFR listings.
+    size_t End = 0;
+    unsigned long Value = 0;
+    try {
+      Value = std::stoul(Form, &End, 0);
+    } catch (const std::exception &) {
+      End = 0;
+    }
+    if (End != Form.size() || Form[0] == '-' || Form[0] == '+' || Value > 0xFFFF) {
+      std::cerr << "morvane: --form: '" << Form << "' is not a form id (0 to 65535)\n";
+      return ExitUsage;
+    }
+    Options->FormId = static_cast<UINT16>(Value);
+  }
   if (!Size.empty()) {
     unsigned Columns = 0;
     unsigned Rows = 0;
     if (!ParseSize(Size, &Columns, &Rows)) {
-      std::cerr << "morvane: --size: '" << Size << "' is not COLSxROWS\n";
+      std::cerr << "morvane: --size: '" << Size << "' is not COLSxROWS (each from 1 to "
+                << MaximumCells << ")\n";
       return ExitUsage;
     }
     if (Columns < MinimumColumns || Rows < MinimumRows) {
