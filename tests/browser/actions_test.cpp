@@ -10,6 +10,7 @@
 #include "dialogs/browser_services.h"
 #include "screen/menu_option.h"
 #include "tests/browser/browser_fixture.h"
+#include "tests/common/bytes.h"
 #include "uefi/user_manager.h"
 
 namespace morvane::test {
@@ -689,14 +690,6 @@ std::vector<uint8_t> GuidBytes(const EFI_GUID &Guid) {
   return std::vector<uint8_t>(Raw, Raw + sizeof(EFI_GUID));
 }
 
-std::vector<uint8_t> Join(std::initializer_list<std::vector<uint8_t>> Parts) {
-  std::vector<uint8_t> Out;
-  for (const std::vector<uint8_t> &Part : Parts) {
-    Out.insert(Out.end(), Part.begin(), Part.end());
-  }
-  return Out;
-}
-
 // An access policy whose setup entry carries Level, behind an entry of another type.
 std::vector<uint8_t> PolicyWithLevel(const EFI_GUID &Level) {
   return UserInfoRecord(EFI_USER_INFO_ACCESS_POLICY_RECORD,
@@ -799,6 +792,10 @@ TEST_F(UserAccessTest, QuestionsAndFormsFollowTheLevelOfTheCurrentUser) {
   const std::vector<EFI_QUESTION_ID> AdminSees = {Plain, AdminOnly, AdminForm, AdminEdits,
                                                   OtherSetting};
   const std::vector<const char *> AdminHides = {"Normal Only", "No Level"};
+  const std::vector<EFI_QUESTION_ID> NormalSees = {Plain, NormalOnly, OtherSetting};
+  const std::vector<const char *> NormalHides = {"Admin Only", "Admin Form", "No Level"};
+  const std::vector<EFI_QUESTION_ID> NoLevelSees = {Plain, NobodyHasLevel, OtherSetting};
+  const std::vector<const char *> NoLevelHides = {"Admin Only", "Admin Form", "Normal Only"};
   const std::vector<uint8_t> NoSetupEntry = UserInfoRecord(
       EFI_USER_INFO_ACCESS_POLICY_RECORD, Join({AccessEntry(1, {0, 0, 0, 0}), AccessEntry(3, {})}));
   const std::vector<uint8_t> ShortSetupEntry = UserInfoRecord(
@@ -819,8 +816,8 @@ TEST_F(UserAccessTest, QuestionsAndFormsFollowTheLevelOfTheCurrentUser) {
        AfterEntry,
        {PolicyWithLevel(gEfiUserInfoAccessSetupNormalGuid)},
        false,
-       {"Admin Only", "Admin Form", "No Level"},
-       {Plain, NormalOnly, OtherSetting},
+       NormalHides,
+       NormalSees,
        false},
       {"restricted user",
        AfterEntry,
@@ -833,23 +830,23 @@ TEST_F(UserAccessTest, QuestionsAndFormsFollowTheLevelOfTheCurrentUser) {
        AfterEntry,
        {NoSetupEntry},
        false,
-       {"Admin Only", "Admin Form", "Normal Only"},
-       {Plain, NobodyHasLevel, OtherSetting},
+       NoLevelHides,
+       NoLevelSees,
        false},
       {"setup entry too short",
        AfterEntry,
        {ShortSetupEntry},
        false,
-       {"Admin Only", "Admin Form", "Normal Only"},
-       {Plain, NobodyHasLevel, OtherSetting},
+       NoLevelHides,
+       NoLevelSees,
        false},
       {"no access policy", AfterEntry, {NameRecord}, false, AdminHides, AdminSees, true},
       {"normal user, manager there before the entry",
        BeforeEntry,
        {PolicyWithLevel(gEfiUserInfoAccessSetupNormalGuid)},
        false,
-       {"Admin Only", "Admin Form", "No Level"},
-       {Plain, NormalOnly, OtherSetting},
+       NormalHides,
+       NormalSees,
        false},
       {"current user unreadable",
        AfterEntry,

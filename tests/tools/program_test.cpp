@@ -376,6 +376,8 @@ TEST_F(ProgramTest, ExitCodes) {
       {"form out of range", "", {"--form", "70000"}, 2, "", "--form: '70000' is not a form id"},
       {"form negative", "", {"--form", "-1"}, 2, "", "--form: '-1' is not a form id"},
       {"form with trailing text", "", {"--form", "2x"}, 2, "", "--form: '2x' is not a form id"},
+      {"form empty", "", {"--form", ""}, 2, "", "--form: '' is not a form id"},
+      {"form bare prefix", "", {"--form", "0x"}, 2, "", "--form: '0x' is not a form id"},
       {"missing package file",
        "",
        {"--packages", "/nonexistent/forms.hpk"},

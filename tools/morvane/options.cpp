@@ -1,6 +1,7 @@
 #include "tools/morvane/options.h"
 
 #include <CLI/CLI.hpp>
+#include <charconv>
 #include <cstdlib>
 #include <iostream>
 #include <stdexcept>
@@ -34,6 +35,20 @@ bool ParseSize(const std::string &Text, unsigned *Columns, unsigned *Rows) {
   return Number(Text.substr(0, Cross), Columns) && Number(Text.substr(Cross + 1), Rows);
 }
 
+bool ParseFormId(const std::string &Text, UINT16 *FormId) {
+  // Decimal or 0x-hexadecimal, as form ids appear in IFR listings; no sign, no blanks.
+  bool Hex = Text.size() > 2 && Text[0] == '0' && (Text[1] == 'x' || Text[1] == 'X');
+  const char *First = Text.data() + (Hex ? 2 : 0);
+  const char *Last = Text.data() + Text.size();
+  uint16_t Value = 0;
+  std::from_chars_result Result = std::from_chars(First, Last, Value, Hex ? 16 : 10);
+  if (First == Last || Result.ec != std::errc() || Result.ptr != Last) {
+    return false;
+  }
+  *FormId = Value;
+  return true;
+}
+
 std::string DefaultVariablesFile() {
   const char *State = std::getenv("XDG_STATE_HOME");
   if (State != nullptr && State[0] == '/') {
@@ -57,7 +72,8 @@ std::optional<int> ParseOptions(int Argc, char **Argv, ProgramOptions *Options) 
   // A missing file is reported where the files are read, with the other file errors.
   App.add_option("--packages", Options->Packages, "HII package list files to show, one tab each");
   App.add_option("--formset", FormSet, "the form set GUID to show first");
-  App.add_option("--form", Form, "the form id to show first (0: the first form)");
+  CLI::Option *FormOption =
+      App.add_option("--form", Form, "the form id to show first (0: the first form)");
   App.add_option("--size", Size, "console size COLSxROWS, at least 80x25");
   App.add_option("--lang", Options->Language, "platform language, such as en-US or fr-FR");
   App.add_option("--vars", Options->VariablesFile,
@@ -82,20 +98,9 @@ std::optional<int> ParseOptions(int Argc, char **Argv, ProgramOptions *Options) 
       return ExitUsage;
     }
   }
-  if (!Form.empty()) {
-    // Decimal or 0x-hexadecimal, as form ids appear in IFR listings.
-    size_t End = 0;
-    unsigned long Value = 0;
-    try {
-      Value = std::stoul(Form, &End, 0);
-    } catch (const std::exception &) {
-      End = 0;
-    }
-    if (End != Form.size() || Form[0] == '-' || Form[0] == '+' || Value > 0xFFFF) {
-      std::cerr << "morvane: --form: '" << Form << "' is not a form id (0 to 65535)\n";
-      return ExitUsage;
-    }
-    Options->FormId = static_cast<UINT16>(Value);
+  if (FormOption->count() > 0 && !ParseFormId(Form, &Options->FormId)) {
+    std::cerr << "morvane: --form: '" << Form << "' is not a form id (0 to 65535)\n";
+    return ExitUsage;
   }
   if (!Size.empty()) {
     unsigned Columns = 0;

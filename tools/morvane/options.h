@@ -37,6 +37,9 @@ inline constexpr int ExitWaiting = 3;
 // after the message (usage or help) has been printed.
 std::optional<int> ParseOptions(int Argc, char **Argv, ProgramOptions *Options);
 
+// A form id in decimal or 0x-hexadecimal; false when malformed or above 65535.
+bool ParseFormId(const std::string &Text, UINT16 *FormId);
+
 // "COLSxROWS"; false when malformed or out of range.
 bool ParseSize(const std::string &Text, unsigned *Columns, unsigned *Rows);
 
