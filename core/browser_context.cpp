@@ -3,6 +3,7 @@
 #include "core/beep.h"
 #include "core/driver_state.h"
 #include "core/form_set_cache.h"
+#include "core/selection_stack.h"
 #include "support/memory.h"
 
 #include "support/poison.h"
@@ -42,4 +43,5 @@ void ResetCoreState() {
   ZeroBytes(DefaultLanguage, sizeof(DefaultLanguage));
   ResetBeepState();
   ResetFormSetCacheState();
+  ResetSelectionState();
 }

@@ -30,7 +30,7 @@ bool IsStringQuestion(const Statement *Question) {
   return Question->Value.Type == EFI_IFR_TYPE_STRING;
 }
 
-void MakeCallbackValue(FormSet *Set, Statement *Question, CallbackValue *Out) {
+void MakeCallbackValue(EFI_HII_HANDLE Handle, Statement *Question, CallbackValue *Out) {
   ZeroBytes(Out, sizeof(*Out));
   Out->Type = Question->Value.Type;
   CopyBytes(&Out->Value, Question->Value.Value, sizeof(Question->Value.Value));
@@ -38,14 +38,15 @@ void MakeCallbackValue(FormSet *Set, Statement *Question, CallbackValue *Out) {
     const CHAR16 *Text = Question->ValueBuffer != nullptr
                              ? reinterpret_cast<const CHAR16 *>(Question->ValueBuffer)
                              : u"";
-    Out->TemporaryString = NewHiiString(Text, Set->HiiHandle);
+    Out->TemporaryString = NewHiiString(Text, Handle);
     Out->Value.string = Out->TemporaryString;
   }
 }
 
-void DropCallbackValue(FormSet *Set, CallbackValue *Value) {
+// The handle, not the form set: a reload during the Callback keeps the handle and frees the set.
+void DropCallbackValue(EFI_HII_HANDLE Handle, CallbackValue *Value) {
   if (Value->TemporaryString != 0) {
-    DeleteHiiString(Value->TemporaryString, Set->HiiHandle);
+    DeleteHiiString(Value->TemporaryString, Handle);
     Value->TemporaryString = 0;
   }
 }
@@ -65,6 +66,15 @@ bool ValueDiffersFromStorage(FormSet *Set, Form *Owner, Statement *Question) {
     }
     return CompareBytes(Live, Target->EditCopy + Question->VarStoreInfo, Width) != 0;
   default: {
+    // A variable that is not there yet differs from any value: the first change creates it.
+    if (Target->Kind == STORAGE_KIND_EFI_VARIABLE) {
+      UINTN Size = 0;
+      if (Question->ItemName == nullptr ||
+          RuntimeServices->GetVariable(Question->ItemName, &Target->Guid, nullptr, &Size,
+                                       nullptr) != EFI_BUFFER_TOO_SMALL) {
+        return true;
+      }
+    }
     // Name-value and variable storages have no edit side to compare with: read the stored
     // value into a scratch statement and compare the two.
     Statement Scratch = *Question;
@@ -107,6 +117,57 @@ EFI_STATUS TakeStringBack(FormSet *Set, Statement *Question, EFI_STRING_ID Strin
   return EFI_SUCCESS;
 }
 
+// After a Callback: when the form set the pass works on was reloaded (its records released), the
+// pass goes on with the new records, the statement found again by its question id. False when
+// there is nothing to go on with: the form set or the question is gone.
+bool FollowReplacedFormSet(UiSelection *Selection, EFI_QUESTION_ID QuestionId, FormSet **Set,
+                           Statement **Question) {
+  if (Selection->FormSet == *Set) {
+    return true;
+  }
+  *Set = Selection->FormSet;
+  *Question = nullptr;
+  if (*Set == nullptr || Selection->Form == nullptr) {
+    // Released, or its form is gone: the form-set loop finds the selection's form set again.
+    Selection->Statement = nullptr;
+    if (Selection->Action == SELECTION_REFRESH_FORM) {
+      Selection->Action = SELECTION_RELOAD_FORMSET;
+    }
+    return false;
+  }
+  *Question = FindQuestionInForm(*Set, Selection->Form, QuestionId);
+  Selection->Statement = *Question;
+  return *Question != nullptr;
+}
+
+// The Callback updated the form set's own packages: the form set is parsed and loaded again, and
+// the pass goes on with the new records. The value the user gave, which the driver has seen, is
+// carried over, so that it is still validated, written and announced as Changed.
+bool ReloadKeepingValue(UiSelection *Selection, FormSet **Set, Statement **Question) {
+  EFI_QUESTION_ID QuestionId = (*Question)->QuestionId;
+  HiiValue Given = (*Question)->Value;
+  UINTN GivenBytes = (*Question)->ValueBytes;
+  UINT8 *GivenBuffer = nullptr;
+  if ((*Question)->ValueBuffer != nullptr) {
+    GivenBuffer = static_cast<UINT8 *>(AllocateCopy(GivenBytes, (*Question)->ValueBuffer));
+  }
+  FormSet *Slot = *Set;
+  // A failed reload leaves the old records standing, and the pass goes on with them.
+  bool Going = true;
+  if (!EFI_ERROR(ReloadFormSet(&Slot, Selection, TRUE))) {
+    Going = FollowReplacedFormSet(Selection, QuestionId, Set, Question);
+    Statement *Fresh = *Question;
+    if (Going && Fresh->ValueBytes == GivenBytes && Fresh->Value.Type == Given.Type) {
+      Fresh->Value = Given;
+      if (GivenBuffer != nullptr && Fresh->ValueBuffer != nullptr) {
+        CopyBytes(Fresh->ValueBuffer, GivenBuffer, GivenBytes);
+      }
+    }
+  }
+  FreePoolIfSet(GivenBuffer);
+  return Going;
+}
+
 // The work after the UI returned with a statement: Changing, validation, the write, Changed.
 // Returns true when a Retrieve Callback is due with Pass.
 bool ProcessSelectedStatement(UiSelection *Selection, CallbackValue *Pass) {
@@ -115,6 +176,7 @@ bool ProcessSelectedStatement(UiSelection *Selection, CallbackValue *Pass) {
     return false;
   }
   FormSet *Set = Selection->FormSet;
+  EFI_QUESTION_ID QuestionId = Question->QuestionId;
   bool RetrieveMark = false;
   bool Changed = false;
   UINT32 Action = Selection->Action;
@@ -129,18 +191,26 @@ bool ProcessSelectedStatement(UiSelection *Selection, CallbackValue *Pass) {
   }
   FormPackageChanged = 0;
 
+  EFI_HII_HANDLE Handle = Set->HiiHandle;
   if (CallbackWanted && !IsPassword && Set->ConfigAccess != nullptr) {
-    MakeCallbackValue(Set, Question, Pass);
+    MakeCallbackValue(Handle, Question, Pass);
     EFI_BROWSER_ACTION_REQUEST Request = EFI_BROWSER_ACTION_REQUEST_NONE;
     EFI_STATUS Status = InvokeCallback(Selection, Set, EFI_BROWSER_ACTION_CHANGING,
                                        Question->QuestionId, Pass->Type, &Pass->Value, &Request);
+    if (Selection->FormSet != Set) {
+      // A SendForm nested in the Callback reloaded the form set: the answer was about records
+      // that are gone, and the new ones hold the values just loaded. The pass ends.
+      DropCallbackValue(Handle, Pass);
+      FollowReplacedFormSet(Selection, QuestionId, &Set, &Question);
+      return false;
+    }
     if (EditableWithStorage(Question)) {
       if (!EFI_ERROR(Status)) {
         Question->Value.Type = Pass->Type;
         CopyBytes(Question->Value.Value, &Pass->Value, sizeof(Question->Value.Value));
         if (IsStringQuestion(Question) &&
             EFI_ERROR(TakeStringBack(Set, Question, Pass->Value.string))) {
-          DropCallbackValue(Set, Pass);
+          DropCallbackValue(Handle, Pass);
           return false;
         }
       } else {
@@ -155,29 +225,14 @@ bool ProcessSelectedStatement(UiSelection *Selection, CallbackValue *Pass) {
         Selection->Action = SELECTION_REFRESH_FORM;
       }
     }
-    DropCallbackValue(Set, Pass);
+    DropCallbackValue(Handle, Pass);
 
     if (FormPackageChanged) {
-      EFI_QUESTION_ID QuestionId = Question->QuestionId;
-      bool Reloaded = false;
-      if (FormPackageChangedHandle == Set->HiiHandle) {
-        FormSet *Slot = Set;
-        Reloaded = !EFI_ERROR(ReloadFormSet(&Slot, Selection, TRUE));
-      }
+      bool OwnPackage = FormPackageChangedHandle == Set->HiiHandle;
       FormPackageChanged = 0;
       FormPackageChangedHandle = nullptr;
-      if (Reloaded) {
-        // The statement belonged to the released form set: find it again in the new one.
-        FormPackageChanged = 1;
-        Set = Selection->FormSet;
-        Question = FindQuestionInForm(Set, Selection->Form, QuestionId);
-        Selection->Statement = Question;
-        if (Question == nullptr || Selection->Form == nullptr) {
-          if (Selection->Action == SELECTION_REFRESH_FORM) {
-            Selection->Action = SELECTION_RELOAD_FORMSET;
-          }
-          return false;
-        }
+      if (OwnPackage && !ReloadKeepingValue(Selection, &Set, &Question)) {
+        return false;
       }
     }
   }
@@ -204,11 +259,11 @@ bool ProcessSelectedStatement(UiSelection *Selection, CallbackValue *Pass) {
       (!IsAction || Selection->Action == SELECTION_ACTION_QUESTION) && CallbackWanted &&
       Set->ConfigAccess != nullptr) {
     CallbackValue Value;
-    MakeCallbackValue(Set, Question, &Value);
+    MakeCallbackValue(Handle, Question, &Value);
     EFI_BROWSER_ACTION_REQUEST Request = EFI_BROWSER_ACTION_REQUEST_NONE;
     InvokeCallback(Selection, Set, EFI_BROWSER_ACTION_CHANGED, Question->QuestionId, Value.Type,
                    &Value.Value, &Request);
-    DropCallbackValue(Set, &Value);
+    DropCallbackValue(Handle, &Value);
     HandleActionRequest(Selection, Request);
   }
 
@@ -243,7 +298,7 @@ EFI_STATUS InvokeCallback(UiSelection *Selection, FormSet *Set, EFI_BROWSER_ACTI
   UiSelection *Kept = nullptr;
   // A Retrieve Callback cannot nest SendForm.
   if (Action != EFI_BROWSER_ACTION_RETRIEVE) {
-    Kept = static_cast<UiSelection *>(AllocateCopy(sizeof(UiSelection), Selection));
+    Kept = KeepSelection(Selection);
     if (Kept == nullptr) {
       return EFI_OUT_OF_RESOURCES;
     }
@@ -258,8 +313,7 @@ EFI_STATUS InvokeCallback(UiSelection *Selection, FormSet *Set, EFI_BROWSER_ACTI
                                                   Value, ActionRequest);
 
   if (Kept != nullptr) {
-    CopyBytes(Selection, Kept, sizeof(UiSelection));
-    FreePoolIfSet(Kept);
+    RestoreKeptSelection(Kept, Selection);
   }
   if (Browser->Services->NextQuestionId != 0) {
     Selection->QuestionId = Browser->Services->NextQuestionId;
@@ -269,38 +323,13 @@ EFI_STATUS InvokeCallback(UiSelection *Selection, FormSet *Set, EFI_BROWSER_ACTI
   return Status;
 }
 
-EFI_STATUS PushSelection(UiSelection *Selection) {
-  UiSelection *Copy = static_cast<UiSelection *>(AllocateCopy(sizeof(UiSelection), Selection));
-  if (Copy == nullptr) {
-    return EFI_OUT_OF_RESOURCES;
-  }
-  ListInsertHead(&Browser->SelectionStack, &Copy->Link);
-  return EFI_SUCCESS;
-}
-
-EFI_STATUS PopSelection(UiSelection *Selection) {
-  if (ListIsEmpty(&Browser->SelectionStack)) {
-    return EFI_NOT_FOUND;
-  }
-  ListLink *Link = ListFirst(&Browser->SelectionStack);
-  UiSelection *Top = SelectionFromLink(Link);
-  Top->Action =
-      Top->Handle != Selection->Handle ? SELECTION_RELOAD_FORMSET : SELECTION_REFRESH_FORM;
-  ListRemove(Link);
-  CopyBytes(Selection, Top, sizeof(UiSelection));
-  FreePoolIfSet(Top);
-  return EFI_SUCCESS;
-}
-
 UINT16 ComputeFormStyle(FormSet *Set, Form *Shown) {
   if (Set->FormSetSubClass != 0) {
     return Set->FormSetSubClass;
   }
   LIST_FOR_EACH(Link, &Shown->StatementList) {
     Statement *Candidate = StatementFromLink(Link);
-    if (Candidate->Help == 0) {
-      continue;
-    }
+    // Help id 0 names no string: unreadable, which ends the search like any unreadable help.
     CHAR16 *Help = GetHiiString(Candidate->Help, Set->HiiHandle);
     bool HasText = Help == nullptr || Help[0] != 0;
     FreePoolIfSet(Help);

@@ -6,6 +6,7 @@
 #pragma once
 
 #include "core/browser_context.h"
+#include "core/selection_stack.h"
 
 EFI_STATUS RunFormSet(UiSelection *Selection);
 EFI_STATUS RunForm(UiSelection *Selection);
@@ -15,12 +16,6 @@ EFI_STATUS RunForm(UiSelection *Selection);
 EFI_STATUS InvokeCallback(UiSelection *Selection, FormSet *Set, EFI_BROWSER_ACTION Action,
                           EFI_QUESTION_ID QuestionId, UINT8 Type, EFI_IFR_TYPE_VALUE *Value,
                           EFI_BROWSER_ACTION_REQUEST *ActionRequest);
-
-// A pool copy of the selection goes on top of the stack; the caller stores TopRow first.
-EFI_STATUS PushSelection(UiSelection *Selection);
-// Takes the top copy back over the live selection, with Action telling whether the form set
-// changed. EFI_NOT_FOUND, and no change, with an empty stack.
-EFI_STATUS PopSelection(UiSelection *Selection);
 
 // The style that picks the form's layout.
 UINT16 ComputeFormStyle(FormSet *Set, Form *Shown);

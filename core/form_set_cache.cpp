@@ -1,6 +1,7 @@
 #include "core/form_set_cache.h"
 
 #include "core/menu_bar.h"
+#include "core/selection_stack.h"
 #include "dialogs/dialog.h"
 #include "model/ifr_parser.h"
 #include "storage/defaults.h"
@@ -11,7 +12,7 @@
 #include "support/poison.h"
 
 // Form sets loaded through a page provider's protocol belong to no call's list; they are
-// kept here and released when the nesting ends.
+// kept here and released when the call that loaded them ends.
 static ListLink DetachedFormSets;
 
 namespace {
@@ -77,6 +78,28 @@ void RemoveFromList(FormSet *Set) {
     Set->Link.Forward = nullptr;
     Set->Link.Back = nullptr;
   }
+}
+
+bool IsDetached(const FormSet *Set) {
+  LIST_FOR_EACH(Link, &DetachedFormSets) {
+    if (FormSetFromLink(Link) == Set) {
+      return true;
+    }
+  }
+  return false;
+}
+
+// The record that stands for Set once it is gone: another loaded record of the same handle
+// that is still in the list, with the same GUID when SameGuid is asked for.
+FormSet *OtherRecordOfHandle(const FormSet *Set, bool SameGuid) {
+  LIST_FOR_EACH(Link, &Browser->FormSetList) {
+    FormSet *Candidate = FormSetFromLink(Link);
+    if (Candidate != Set && Candidate->Loaded && Candidate->HiiHandle == Set->HiiHandle &&
+        (!SameGuid || GuidIsEqual(&Candidate->FormSetGuid, &Set->FormSetGuid))) {
+      return Candidate;
+    }
+  }
+  return nullptr;
 }
 
 // Defaults first, then the driver's values: a default stays only where the driver gives none.
@@ -251,9 +274,15 @@ EFI_STATUS ReleaseFormSets(EFI_HII_HANDLE Handle) {
     if (Candidate->Loaded && Candidate->HiiHandle == Handle &&
         Candidate->LoadDepth == Browser->SendFormDepth) {
       ListRemove(Link);
+      // A nested call that named an outer call's handle loaded a record of its own and took
+      // the tab; the tab goes back to the outer call's record.
       if (Candidate->MenuBarEntry != nullptr && Candidate->MenuBarEntry->FormSet == Candidate) {
         Candidate->MenuBarEntry->FormSet = nullptr;
+        if (FormSet *Outer = OtherRecordOfHandle(Candidate, false)) {
+          LinkFormSetToMenuBar(Outer);
+        }
       }
+      RepointSelections(Candidate, OtherRecordOfHandle(Candidate, true));
       ReleaseFormSet(Candidate);
       Status = EFI_SUCCESS;
     }
@@ -267,13 +296,16 @@ EFI_STATUS ReloadFormSet(FormSet **Slot, UiSelection *Selection, BOOLEAN AddToLi
     return EFI_INVALID_PARAMETER;
   }
   FormSet *Old = *Slot;
+  bool Detached = IsDetached(Old);
   RemoveFromList(Old);
   FormSet *Fresh = nullptr;
   EFI_STATUS Status = LoadFormSet(Old->HiiHandle, &Old->FormSetGuid, &Fresh, FALSE);
   if (EFI_ERROR(Status)) {
     ReleaseFormSet(Fresh);
-    // The old record is still good; keep it in the cache so the end of the call releases it.
-    if (AddToList) {
+    // The old record is still good; keep it where it was so the end of the call releases it.
+    if (Detached) {
+      ListInsertTail(&DetachedFormSets, &Old->Link);
+    } else if (AddToList) {
       ListInsertTail(&Browser->FormSetList, &Old->Link);
     }
     return Status;
@@ -287,11 +319,17 @@ EFI_STATUS ReloadFormSet(FormSet **Slot, UiSelection *Selection, BOOLEAN AddToLi
   if (Old->MenuBarEntry != nullptr && Old->MenuBarEntry->FormSet == Old) {
     Old->MenuBarEntry->FormSet = nullptr;
   }
-  if (AddToList) {
-    ListInsertTail(&Browser->FormSetList, &Fresh->Link);
-    LinkFormSetToMenuBar(Fresh);
+  if (Detached) {
+    // A page provider's form set stays outside the list and is never counted as loaded.
+    ListInsertTail(&DetachedFormSets, &Fresh->Link);
+  } else {
+    if (AddToList) {
+      ListInsertTail(&Browser->FormSetList, &Fresh->Link);
+      LinkFormSetToMenuBar(Fresh);
+    }
+    Fresh->Loaded = 1;
   }
-  Fresh->Loaded = 1;
+  RepointSelections(Old, Fresh);
   ReleaseFormSet(Old);
   *Slot = Fresh;
   return EFI_SUCCESS;
@@ -340,9 +378,7 @@ EFI_STATUS LoadFormSetByProtocol(UiSelection *Selection) {
     ReleaseFormSet(Loaded);
     return Status;
   }
-  if (DetachedFormSets.Forward == nullptr) {
-    ListInit(&DetachedFormSets);
-  }
+  Loaded->LoadDepth = Browser->SendFormDepth;
   ListInsertTail(&DetachedFormSets, &Loaded->Link);
   Selection->FormSet = Loaded;
   Selection->Handle = Loaded->HiiHandle;
@@ -350,13 +386,16 @@ EFI_STATUS LoadFormSetByProtocol(UiSelection *Selection) {
 }
 
 void ReleaseDetachedFormSets() {
-  if (DetachedFormSets.Forward == nullptr) {
-    return;
-  }
-  while (!ListIsEmpty(&DetachedFormSets)) {
-    ListLink *Link = ListFirst(&DetachedFormSets);
-    ListRemove(Link);
-    ReleaseFormSet(FormSetFromLink(Link));
+  ListLink *Link = ListFirst(&DetachedFormSets);
+  while (!ListIsHead(&DetachedFormSets, Link)) {
+    ListLink *Next = ListNext(&DetachedFormSets, Link);
+    FormSet *Candidate = FormSetFromLink(Link);
+    if (Candidate->LoadDepth > Browser->SendFormDepth) {
+      ListRemove(Link);
+      RepointSelections(Candidate, nullptr);
+      ReleaseFormSet(Candidate);
+    }
+    Link = Next;
   }
 }
 

@@ -32,6 +32,7 @@ EFI_STATUS ReloadFormSet(FormSet **Slot, UiSelection *Selection, BOOLEAN AddToLi
 EFI_STATUS ReloadAllFormSets(UiSelection *Selection);
 // Loads the form set of the page provider whose protocol GUID the selection names.
 EFI_STATUS LoadFormSetByProtocol(UiSelection *Selection);
-// Releases the form sets that LoadFormSetByProtocol made; the last call of a nesting does it.
+// Releases the form sets that LoadFormSetByProtocol made in calls deeper than the running one;
+// every call does it as it ends.
 void ReleaseDetachedFormSets();
 void ResetFormSetCacheState();

@@ -34,15 +34,6 @@ EFI_STATUS EFIAPI OnFormPackageAdded(UINT8 PackageType, const EFI_GUID *PackageG
   return EFI_SUCCESS;
 }
 
-// Copies still on the selection stack when a nesting ends (a way out that took no way back).
-void FreeSelectionStack() {
-  while (!ListIsEmpty(&Browser->SelectionStack)) {
-    ListLink *Link = ListFirst(&Browser->SelectionStack);
-    ListRemove(Link);
-    FreePoolIfSet(SelectionFromLink(Link));
-  }
-}
-
 void DrainKeyboard() {
   EFI_KEY_DATA Key;
   while (!EFI_ERROR(ReadKey(&Key))) {
@@ -78,10 +69,13 @@ EFI_STATUS FirstCallSetUp(EFI_HII_HANDLE *Handles, UINTN HandleCount,
 }
 
 // The form set shown first: the first tab's, or that of the first handle, or the one with the
-// given GUID.
-FormSet *ChooseFirstFormSet(EFI_HII_HANDLE *Handles, const EFI_GUID *FormSetGuid) {
+// given GUID. A class GUID found the call's form sets by their class, and they bear their own
+// GUIDs: the first of them answers.
+FormSet *ChooseFirstFormSet(EFI_HII_HANDLE *Handles, const EFI_GUID *FormSetGuid,
+                            FormSet *FirstOfCall) {
   if (FormSetGuid != nullptr) {
-    return FindFormSetByGuid(FormSetGuid);
+    FormSet *Found = FindFormSetByGuid(FormSetGuid);
+    return Found != nullptr ? Found : FirstOfCall;
   }
   EFI_HII_HANDLE Handle = Handles[0];
   if (!ListIsEmpty(&Browser->MenuBarList)) {
@@ -115,10 +109,12 @@ EFI_STATUS InnerSendForm(EFI_HII_HANDLE *Handles, UINTN HandleCount, EFI_GUID *F
     Selection->FormSetGuid = *FormSetGuid;
   }
 
+  FormSet *FirstOfCall = nullptr;
   for (UINTN Index = 0; Index < HandleCount; Index++) {
     FormSet *Loaded = nullptr;
     const EFI_GUID *Wanted = FormSetGuid != nullptr ? FormSetGuid : &NullGuid;
     if (FindLoadedFormSet(Handles[Index], Wanted, &Loaded)) {
+      FirstOfCall = FirstOfCall != nullptr ? FirstOfCall : Loaded;
       continue;
     }
     Status = LoadFormSet(Handles[Index], Wanted, &Loaded, TRUE);
@@ -133,11 +129,12 @@ EFI_STATUS InnerSendForm(EFI_HII_HANDLE *Handles, UINTN HandleCount, EFI_GUID *F
     LinkFormSetToMenuBar(Loaded);
     Loaded->Loaded = 1;
     Loaded->LoadDepth = Browser->SendFormDepth;
+    FirstOfCall = FirstOfCall != nullptr ? FirstOfCall : Loaded;
   }
 
   Selection->FormId = FormId;
   {
-    FormSet *First = ChooseFirstFormSet(Handles, FormSetGuid);
+    FormSet *First = ChooseFirstFormSet(Handles, FormSetGuid, FirstOfCall);
     if (First == nullptr) {
       Status = EFI_NOT_FOUND;
       goto Release;
@@ -329,8 +326,8 @@ EFI_STATUS EFIAPI SendForm(const EFI_FORM_BROWSER2_PROTOCOL *This, EFI_HII_HANDL
   EFI_STATUS Status = InnerSendForm(Handles, HandleCount, FormSetGuid, FormId, ActionRequest);
   Browser->SendFormDepth--;
 
+  ReleaseDetachedFormSets();
   if (Browser->SendFormDepth == 0) {
-    ReleaseDetachedFormSets();
     ReleaseMenuBar();
     FreeDisplayStrings();
     FreeSelectionStack();

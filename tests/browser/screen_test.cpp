@@ -194,13 +194,30 @@ TEST_F(ScreenTest, AFormWithoutHelpTakesTheWholeWidth) {
   IfrWriter W;
   W.FormSet(TestGuid(4), Title, 0, {}, true);
   W.Form(1, Title, true);
-  W.Text(S.Add(u"A line without help"), 0);
-  W.Text(S.Add(u"Another line without help"), 0, S.Add(u"and a value"));
+  // Help strings that are there but empty; a help id of 0 names no string at all.
+  EFI_STRING_ID NoHelp = S.Add(u"");
+  W.Text(S.Add(u"A line without help"), NoHelp);
+  W.Text(S.Add(u"Another line without help"), NoHelp, S.Add(u"and a value"));
   W.End().End();
   PublishedFormSet &Set = Publish(W, S, TestGuid(4));
   Send({Set.Handle});
   ASSERT_TRUE(Waiting());
   ExpectScreen("no_help_style");
+}
+
+TEST_F(ScreenTest, AHelpIdOfZeroIsUnreadableHelpAndKeepsTheHelpArea) {
+  Strings S;
+  EFI_STRING_ID Title = S.Add(u"Plain");
+  IfrWriter W;
+  W.FormSet(TestGuid(4), Title, 0, {}, true);
+  W.Form(1, Title, true);
+  W.Text(S.Add(u"Empty help"), S.Add(u""));
+  W.Text(S.Add(u"No help string at all"), 0);
+  W.End().End();
+  PublishedFormSet &Set = Publish(W, S, TestGuid(4));
+  Send({Set.Handle});
+  ASSERT_TRUE(Waiting());
+  EXPECT_EQ(Browser->Selection->Form->FormStyle, 0) << ScreenText();
 }
 
 TEST_F(ScreenTest, WithoutTheNoHelpLayoutTheFormCannotBeShown) {
@@ -212,7 +229,7 @@ TEST_F(ScreenTest, WithoutTheNoHelpLayoutTheFormCannotBeShown) {
   IfrWriter W;
   W.FormSet(TestGuid(4), Title, 0, {}, true);
   W.Form(1, Title, true);
-  W.Text(S.Add(u"A line without help"), 0);
+  W.Text(S.Add(u"A line without help"), S.Add(u""));
   W.End().End();
   PublishedFormSet &Set = Publish(W, S, TestGuid(4));
   Send({Set.Handle});
