@@ -178,6 +178,8 @@ EFI_STATUS NewQuestionRecord(const Opcode &Op, FormSet *Set, Statement **Out) {
       return EFI_OUT_OF_RESOURCES;
     }
     Node->Signature = NAME_VALUE_NODE_SIGNATURE;
+    Node->NeverSent = Question->Opcode == EFI_IFR_PASSWORD_OP &&
+                      (Question->QuestionFlags & EFI_IFR_FLAG_CALLBACK) != 0;
     Node->Name = StrDuplicate(Question->ItemName);
     Node->Value = static_cast<CHAR16 *>(AllocateZeroedPool(16));
     Node->EditValue = static_cast<CHAR16 *>(AllocateZeroedPool(16));

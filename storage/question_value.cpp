@@ -53,6 +53,12 @@ bool IsStringValue(const Statement *Question) {
   return Question->Value.Type == EFI_IFR_TYPE_STRING;
 }
 
+// A string value is text in the question's value buffer. A question without one (a number
+// whose default was a string) has only the value's bytes, which are no text.
+bool HoldsText(const Statement *Question) {
+  return IsStringValue(Question) && Question->ValueBuffer != nullptr;
+}
+
 bool InsideBuffer(const Storage *Target, UINTN Offset, UINTN Width) {
   return Target->EditCopy != nullptr && Offset + Width <= Target->Size;
 }
@@ -119,7 +125,7 @@ EFI_STATUS ReadNameValueQuestion(Statement *Question, const ValueBytesView &View
   if (EFI_ERROR(Status)) {
     return Status;
   }
-  if (IsStringValue(Question)) {
+  if (HoldsText(Question)) {
     // The buffer holds ValueBytes + 2 bytes: room for the text and its terminator.
     UINTN Room = View.Width / sizeof(CHAR16);
     UINTN Length = StrLength(Text);
@@ -127,10 +133,8 @@ EFI_STATUS ReadNameValueQuestion(Statement *Question, const ValueBytesView &View
       Length = Room;
     }
     CHAR16 *Destination = reinterpret_cast<CHAR16 *>(View.Bytes);
-    if (Destination != nullptr) {
-      CopyBytes(Destination, Text, Length * sizeof(CHAR16));
-      Destination[Length] = 0;
-    }
+    CopyBytes(Destination, Text, Length * sizeof(CHAR16));
+    Destination[Length] = 0;
   } else {
     UINTN Size = View.Width;
     Status = HexTextToBytes(View.Bytes, &Size, Text, nullptr);
@@ -141,8 +145,8 @@ EFI_STATUS ReadNameValueQuestion(Statement *Question, const ValueBytesView &View
 
 EFI_STATUS WriteNameValueQuestion(Statement *Question, const ValueBytesView &View) {
   CHAR16 *Text;
-  if (IsStringValue(Question)) {
-    Text = StrDuplicate(View.Bytes != nullptr ? reinterpret_cast<const CHAR16 *>(View.Bytes) : u"");
+  if (HoldsText(Question)) {
+    Text = StrDuplicate(reinterpret_cast<const CHAR16 *>(View.Bytes));
   } else {
     UINTN Size = 2 * View.Width + 1;
     Text = static_cast<CHAR16 *>(AllocateZeroedPool(Size * sizeof(CHAR16)));

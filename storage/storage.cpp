@@ -177,7 +177,9 @@ EFI_STATUS BuildConfigResponse(Storage *Target, CHAR16 **Response) {
   UINTN Length = StrLength(Target->ConfigHdr);
   LIST_FOR_EACH(Link, &Target->NameValues) {
     NameValueNode *Node = NameValueNodeFromLink(Link);
-    Length += 2 + StrLength(Node->Name) + StrLength(Node->EditValue);
+    if (!Node->NeverSent) {
+      Length += 2 + StrLength(Node->Name) + StrLength(Node->EditValue);
+    }
   }
   CHAR16 *Text = static_cast<CHAR16 *>(AllocateZeroedPool((Length + 1) * sizeof(CHAR16)));
   if (Text == nullptr) {
@@ -186,6 +188,9 @@ EFI_STATUS BuildConfigResponse(Storage *Target, CHAR16 **Response) {
   StrCopy(Text, Target->ConfigHdr);
   LIST_FOR_EACH(Link, &Target->NameValues) {
     NameValueNode *Node = NameValueNodeFromLink(Link);
+    if (Node->NeverSent) {
+      continue;
+    }
     StrAppend(Text, u"&");
     StrAppend(Text, Node->Name != nullptr ? Node->Name : u"");
     StrAppend(Text, u"=");

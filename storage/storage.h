@@ -25,6 +25,9 @@ struct NameValueNode {
   CHAR16 *Name;
   CHAR16 *Value;
   CHAR16 *EditValue;
+  // The node of a password that its driver checks through Callbacks: its value is never sent
+  // through the storage, so responses leave the node out.
+  UINT8 NeverSent;
 };
 
 struct Storage {

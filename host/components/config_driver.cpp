@@ -178,8 +178,28 @@ EFI_STATUS ConfigDriver::Extract(const CHAR16 *Request, EFI_STRING *Progress, EF
     return EFI_INVALID_PARAMETER;
   }
   if (std::vector<uint8_t> *Bytes = Buffer(Header.Guid, Header.Name)) {
-    return Routing->BlockToConfig(Routing, Request, Bytes->data(), Bytes->size(), Results,
-                                  Progress);
+    EFI_STATUS Status =
+        Routing->BlockToConfig(Routing, Request, Bytes->data(), Bytes->size(), Results, Progress);
+    if (EFI_ERROR(Status) || !WithAltConfig) {
+      return Status;
+    }
+    std::vector<uint8_t> Zeros(Bytes->size(), 0);
+    EFI_STRING Alternative = nullptr;
+    EFI_STRING AltProgress = nullptr;
+    Status = Routing->BlockToConfig(Routing, Request, Zeros.data(), Zeros.size(), &Alternative,
+                                    &AltProgress);
+    if (EFI_ERROR(Status)) {
+      BootServices->FreePool(*Results);
+      *Results = nullptr;
+      return Status;
+    }
+    std::u16string Current(*Results);
+    std::u16string Defaults(Alternative);
+    BootServices->FreePool(*Results);
+    BootServices->FreePool(Alternative);
+    *Results = PoolString(Current + u"&" + Defaults.substr(0, Header.End) + u"&ALTCFG=0000" +
+                          Defaults.substr(Header.End));
+    return *Results == nullptr ? EFI_OUT_OF_RESOURCES : EFI_SUCCESS;
   }
   std::map<std::u16string, std::u16string> *Values = NameValues(Header.Guid);
   if (Values == nullptr || !Header.Name.empty()) {

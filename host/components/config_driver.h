@@ -61,6 +61,9 @@ public:
   EFI_STATUS RouteFailure = EFI_SUCCESS;
   // RouteConfig leaves Progress null instead of at the end, as some drivers do.
   bool NullProgress = false;
+  // ExtractConfig of a buffer storage answers, as many drivers do, with its current
+  // configuration followed by an alternative one (ALTCFG=0000, all bytes zero).
+  bool WithAltConfig = false;
 
 private:
   struct Record {

@@ -230,6 +230,13 @@ EFI_STATUS ConfigToBlockBytes(std::u16string_view Response, uint8_t *Block, size
     *Progress = 0;
     return EFI_INVALID_PARAMETER;
   }
+  // The block ends where the next configuration begins (a driver's alternative configurations
+  // follow its current one), and a trailing "&", which a browser leaves when it cuts those off,
+  // ends it too.
+  Response = Response.substr(0, Response.find(NEXT_CONFIG, Header.End));
+  if (Response.size() > Header.End && Response.back() == u'&') {
+    Response.remove_suffix(1);
+  }
   std::vector<Element> Elements;
   Cursor Reader(Response, Header.End);
   uint64_t Needed = 0;

@@ -111,6 +111,22 @@ TEST(ConfigStringTest, ConfigToBlockWritesEachElement) {
   EXPECT_EQ(Progress, Response.size());
 }
 
+TEST(ConfigStringTest, ConfigToBlockStopsAtTheNextConfigurationAndATrailingAmpersand) {
+  // What a browser hands on after cutting a driver's reply at its alternative configurations.
+  const std::u16string Elements = u"&OFFSET=0&WIDTH=1&VALUE=2a";
+  for (const std::u16string &Tail : {std::u16string(u"&"), u"&" + HEADER + u"&",
+                                     u"&" + HEADER + u"&ALTCFG=0000&OFFSET=0&WIDTH=1&VALUE=00"}) {
+    std::vector<uint8_t> Block(2, 0xEE);
+    size_t Size = Block.size();
+    size_t Progress = 0;
+    std::u16string Response = HEADER + Elements + Tail;
+    ASSERT_EQ(ConfigToBlockBytes(Response, Block.data(), &Size, &Progress), EFI_SUCCESS)
+        << Tail.size();
+    EXPECT_EQ(Block, (std::vector<uint8_t>{0x2A, 0xEE}));
+    EXPECT_EQ(Progress, HEADER.size() + Elements.size());
+  }
+}
+
 TEST(ConfigStringTest, ConfigToBlockTwoCallIdiomAndRefusals) {
   std::u16string Response = HEADER + u"&OFFSET=2&WIDTH=2&VALUE=0102&OFFSET=6&WIDTH=4&VALUE=1";
   std::vector<uint8_t> Block(6, 0xEE);

@@ -1,0 +1,154 @@
+// Values on their way between questions and the places they are kept, as a driver sees them:
+// replies with alternative configurations, passwords a driver checks itself, name-value texts,
+// and questions on EFI variables carried from one SendForm to the next.
+#include <cstring>
+
+#include "core/browser_context.h"
+#include "tests/browser/browser_fixture.h"
+
+namespace morvane::test {
+namespace {
+
+using kit::IfrValue;
+using kit::IfrWriter;
+using kit::Strings;
+
+const EFI_GUID SetGuid = TestGuid(1);
+const EFI_GUID VariableGuid = TestGuid(0x21);
+
+enum : EFI_QUESTION_ID {
+  Speed = 0x10,
+  Secret = 0x11,
+  Wide = 0x12,
+  Flag = 0x13,
+  Mode = 0x14,
+};
+
+class StorageTest : public BrowserTest {
+protected:
+  PublishedFormSet *Set = nullptr;
+
+  Statement *Question(EFI_QUESTION_ID Id) {
+    LIST_FOR_EACH(Link, &Browser->Selection->Form->StatementList) {
+      Statement *Each = StatementFromLink(Link);
+      if (Each->QuestionId == Id) {
+        return Each;
+      }
+    }
+    return nullptr;
+  }
+
+  bool Shows(const std::string &Text) { return ScreenText().find(Text) != std::string::npos; }
+
+  void SaveAndLeave() {
+    Type("F10 Enter");
+    ASSERT_TRUE(Finished()) << ScreenText();
+    ExpectNothingLeftSinceSend();
+  }
+};
+
+TEST_F(StorageTest, AReplyWithAlternativeConfigurationsFillsABufferStorage) {
+  Strings S;
+  EFI_STRING_ID Title = S.Add(u"Buffer");
+  IfrWriter W;
+  W.FormSet(SetGuid, Title, S.Add(u"Help"), {}, true);
+  W.VarStore(SetGuid, 1, 2, "Setup");
+  W.Form(1, Title, true);
+  W.Numeric({S.Add(u"Speed"), S.Add(u"A number"), Speed, 1, 0, 0}, EFI_IFR_NUMERIC_SIZE_1, 0, 99, 1,
+            true);
+  W.Default(EFI_HII_DEFAULT_CLASS_STANDARD, IfrValue::U8(4));
+  W.End();
+  W.End().End();
+  Set = &Publish(W, S, SetGuid);
+  Set->Driver->AddBufferStorage(SetGuid, u"Setup", {42, 0});
+  Set->Driver->WithAltConfig = true;
+  Send({Set->Handle});
+  ASSERT_TRUE(Waiting()) << ScreenText();
+  EXPECT_FALSE(Shows("Failed to load storage")) << ScreenText();
+  EXPECT_EQ(Question(Speed)->Value.Value[0], 42) << "the driver's value, not the default";
+  // Saving writes back what the driver gave, not the default over it.
+  SaveAndLeave();
+  EXPECT_EQ((*Set->Driver->Buffer(SetGuid, u"Setup"))[0], 42);
+}
+
+TEST_F(StorageTest, NameValueTextsReachTheirQuestionsAndOnlyTheirsGoBack) {
+  // A password that its driver checks never travels through the storage; a 64-bit number whose
+  // default is a string id still reads its text as value digits.
+  Strings S;
+  EFI_STRING_ID Title = S.Add(u"Named");
+  IfrWriter W;
+  W.FormSet(SetGuid, Title, S.Add(u"Help"), {}, true);
+  W.VarStoreNameValue(1, SetGuid);
+  W.Form(1, Title, true);
+  W.Numeric({S.Add(u"Speed"), S.Add(u"A number"), Speed, 1, S.Add(u"SpeedName"), 0},
+            EFI_IFR_NUMERIC_SIZE_1, 0, 99, 1);
+  W.Password({S.Add(u"Secret"), S.Add(u"Checked by the driver"), Secret, 1, S.Add(u"SecretName"),
+              EFI_IFR_FLAG_CALLBACK},
+             0, 8);
+  W.Numeric({S.Add(u"Wide"), S.Add(u"Eight bytes"), Wide, 1, S.Add(u"WideName"), 0},
+            EFI_IFR_NUMERIC_SIZE_8, 0, 0xFFFF, 0, true);
+  W.Default(EFI_HII_DEFAULT_CLASS_STANDARD, IfrValue::String(Title));
+  W.End();
+  W.End().End();
+  Set = &Publish(W, S, SetGuid);
+  Set->Driver->AddNameValueStorage(SetGuid);
+  std::map<std::u16string, std::u16string> &Values = *Set->Driver->NameValues(SetGuid);
+  Values[u"SpeedName"] = u"07";
+  Values[u"WideName"] = u"0010";
+  Send({Set->Handle});
+  ASSERT_TRUE(Waiting()) << ScreenText();
+  UINT64 WideValue = 0;
+  std::memcpy(&WideValue, Question(Wide)->Value.Value, sizeof(WideValue));
+  EXPECT_EQ(WideValue, 0x10u);
+  Type("\"12\" Enter");
+  SaveAndLeave();
+  EXPECT_EQ(Values[u"SpeedName"], u"0C");
+  EXPECT_EQ(Values.count(u"SecretName"), 0u) << "the password was sent through the storage";
+}
+
+TEST_F(StorageTest, QuestionsOnEfiVariablesAreWrittenWhateverTheirType) {
+  Strings S;
+  EFI_STRING_ID Title = S.Add(u"Variables");
+  IfrWriter W;
+  W.FormSet(SetGuid, Title, S.Add(u"Help"), {}, true);
+  W.VarStoreEfi(1, VariableGuid, EFI_VARIABLE_NON_VOLATILE | EFI_VARIABLE_BOOTSERVICE_ACCESS, 1,
+                "Settings");
+  W.Form(1, Title, true);
+  W.Checkbox({S.Add(u"Flag"), S.Add(u"A checkbox"), Flag, 1, S.Add(u"FlagVar"), 0});
+  W.OneOf({S.Add(u"Mode"), S.Add(u"A one-of"), Mode, 1, S.Add(u"ModeVar"), 0},
+          EFI_IFR_NUMERIC_SIZE_1, 0, 2, 0, true);
+  W.OneOfOption(S.Add(u"Low"), 0, IfrValue::U8(0));
+  W.OneOfOption(S.Add(u"High"), 0, IfrValue::U8(1));
+  W.End();
+  W.Numeric({S.Add(u"Speed"), S.Add(u"A number"), Speed, 1, S.Add(u"SpeedVar"), 0},
+            EFI_IFR_NUMERIC_SIZE_1, 0, 99, 1);
+  W.End().End();
+  Set = &Publish(W, S, SetGuid);
+  Send({Set->Handle});
+  ASSERT_TRUE(Waiting()) << ScreenText();
+  Type("Enter Down \"+\" Down \"33\" Enter");
+  SaveAndLeave();
+
+  auto Variable = [&](const char16_t *Name) {
+    UINT8 Byte = 0xEE;
+    UINTN Size = sizeof(Byte);
+    EFI_GUID Guid = VariableGuid;
+    EFI_STATUS Status = Host().RuntimeServices()->GetVariable(const_cast<CHAR16 *>(Name), &Guid,
+                                                              nullptr, &Size, &Byte);
+    return EFI_ERROR(Status) ? -1 : Byte;
+  };
+  EXPECT_EQ(Variable(u"FlagVar"), 1);
+  EXPECT_EQ(Variable(u"ModeVar"), 1);
+  EXPECT_EQ(Variable(u"SpeedVar"), 33);
+
+  // The next call reads them back.
+  Send({Set->Handle});
+  ASSERT_TRUE(Waiting()) << ScreenText();
+  EXPECT_EQ(Question(Flag)->Value.Value[0], 1);
+  EXPECT_EQ(Question(Mode)->Value.Value[0], 1);
+  EXPECT_EQ(Question(Speed)->Value.Value[0], 33);
+  SaveAndLeave();
+}
+
+} // namespace
+} // namespace morvane::test
