@@ -60,18 +60,24 @@ void PaintInputRow(const DialogBox &Box, UINT32 InputRow, const CHAR16 *Typed) {
   FillCharacters(Row, Blanks, u' ');
   Row[Blanks] = 0;
   PrintAt(Box.Left + 1, InputRow, Row);
-  // The text is always masked; only its last characters show when it is wider than the screen.
+  // The text is always masked. The mask grows past the box as the text does, and only its last
+  // characters show once the text is wider than the screen; it never runs off the screen.
   UINT32 TypedWidth = DisplayWidth(Typed);
   UINT32 Right = Browser->ScreenDimensions.Right;
   UINTN First = (Right >= 2 && TypedWidth > Right - 2) ? TypedWidth - Right + 2 : 0;
   UINTN Length = StrLength(Typed);
   UINTN Stars = Length > First ? Length - First : 0;
-  if (Stars > Blanks) {
-    Stars = Blanks;
+  UINTN Room = Right > Box.Left ? Right - Box.Left : 0;
+  if (Stars > Room) {
+    Stars = Room;
   }
-  FillCharacters(Row, Stars, u'*');
-  Row[Stars] = 0;
-  PrintAt(Box.Left + 1, InputRow, Row);
+  CHAR16 *Mask = static_cast<CHAR16 *>(AllocatePoolOf((Stars + 1) * sizeof(CHAR16)));
+  if (Mask != nullptr) {
+    FillCharacters(Mask, Stars, u'*');
+    Mask[Stars] = 0;
+    PrintAt(Box.Left + 1, InputRow, Mask);
+  }
+  FreePoolIfSet(Mask);
   FreePoolIfSet(Row);
 }
 
@@ -149,6 +155,15 @@ EFI_STATUS ShowDialogLines(UINT32 LineCount, BOOLEAN KeyMode, UINT32 MaximumLeng
     WaitForKey(&Read);
     *Key = Read.Key;
   } else {
+    // The mask can grow past the box to the screen's edge: the rest of its row is saved too,
+    // so that closing the box leaves nothing of it behind.
+    UINT32 InputRow = Box.Top + 1 + InputIndex;
+    UINT32 ScreenRight = Browser->ScreenDimensions.Right;
+    SaveScreenRecord Beyond = {};
+    if (Box.End + 1 <= ScreenRight) {
+      SaveScreenRect(&Beyond, static_cast<UINT16>(Box.End + 1), static_cast<UINT16>(InputRow),
+                     static_cast<UINT16>(ScreenRight - Box.End), 1);
+    }
     UINTN Length = 0;
     for (;;) {
       WaitForKey(&Read);
@@ -172,8 +187,9 @@ EFI_STATUS ShowDialogLines(UINT32 LineCount, BOOLEAN KeyMode, UINT32 MaximumLeng
         Text[Length++] = Character;
         Text[Length] = 0;
       }
-      PaintInputRow(Box, Box.Top + 1 + InputIndex, Text);
+      PaintInputRow(Box, InputRow, Text);
     }
+    RestoreScreenRect(&Beyond);
   }
 
   ConOut->SetAttribute(ConOut, static_cast<UINTN>(KeptAttribute));

@@ -77,14 +77,41 @@ UINT32 PaintText(MessageBoxRequest *Request, UINT16 TextWidth, UINT32 First, UIN
   return Shown;
 }
 
+// The column of a button's "[", from the inner left edge, as PaintButtons places it; negative
+// when the button would start left of the text.
+INT32 ButtonOffset(UINT32 Index, UINT32 Count, UINT32 TextWidth, UINT32 ButtonWidth) {
+  return static_cast<INT32>(((Index + 1) * TextWidth) / (Count + 1)) -
+         static_cast<INT32>(ButtonWidth >> 1);
+}
+
+// Whether the buttons of a box of BoxWidth (right column less left column) stand inside its
+// frame, each clear of the next by a blank.
+bool ButtonsFit(const MessageBoxRequest *Request, UINT32 BoxWidth) {
+  UINT32 InnerWidth = BoxWidth - 1;
+  UINT32 TextWidth = Request->LeftAligned != 0 ? InnerWidth - 1 : InnerWidth;
+  INT32 FreeFrom = 0;
+  for (UINT32 Index = 0; Index < Request->ButtonCount; Index++) {
+    UINT32 Width = DisplayWidth(Request->Buttons[Index].Text);
+    INT32 Column = ButtonOffset(Index, Request->ButtonCount, TextWidth, Width);
+    INT32 Closing = Column + 1 + static_cast<INT32>(Width);
+    if (Column < FreeFrom || Closing >= static_cast<INT32>(InnerWidth)) {
+      return false;
+    }
+    FreeFrom = Closing + 2;
+  }
+  return true;
+}
+
 void PaintButtons(MessageBoxRequest *Request, UINT16 TextWidth, UINT32 Current) {
   const ScreenRect &Inner = Request->Inner;
   UINT32 Count = Request->ButtonCount;
   for (UINT32 Index = 0; Index < Count; Index++) {
     MessageBoxButton &Button = Request->Buttons[Index];
     Button.Width = DisplayWidth(Button.Text);
-    UINT32 Center = ((Index + 1) * TextWidth) / (Count + 1) + Inner.Left;
-    UINT32 Column = Center > (Button.Width >> 1) ? Center - (Button.Width >> 1) : 0;
+    INT32 Offset = ButtonOffset(Index, Count, TextWidth, Button.Width);
+    UINT32 Column = Offset >= 0 || Inner.Left >= static_cast<UINT32>(-Offset)
+                        ? static_cast<UINT32>(static_cast<INT32>(Inner.Left) + Offset)
+                        : 0;
     UINT32 Row = Inner.Bottom + 2;
     SetAttribute(Button.Attribute);
     PutCharAt(Column, Row, u'[');
@@ -266,15 +293,6 @@ UINT32 RunMessageBox(const UINT32 *Rect, MessageBoxRequest *Request) {
     }
     UINT16 TitleWidth = DisplayWidth(Request->Title);
     BoxWidth = TitleWidth > BoxWidth ? TitleWidth : BoxWidth;
-    // The buttons stand at even fractions of the width, each with its brackets and a blank
-    // between them: a box narrower than that would print one button over the next.
-    UINT32 Widest = 0;
-    for (UINT32 Index = 0; Index < Request->ButtonCount; Index++) {
-      UINT32 ButtonWidth = DisplayWidth(Request->Buttons[Index].Text);
-      Widest = ButtonWidth > Widest ? ButtonWidth : Widest;
-    }
-    UINT32 ButtonRoom = Request->ButtonCount > 0 ? (Request->ButtonCount + 1) * (Widest + 3) : 0;
-    BoxWidth = ButtonRoom > BoxWidth ? ButtonRoom : BoxWidth;
     CHAR16 *Copy = StrDuplicate(Request->Text != nullptr ? Request->Text : u"");
     if (Copy == nullptr) {
       MessageBoxActive = false;
@@ -290,6 +308,11 @@ UINT32 RunMessageBox(const UINT32 *Rect, MessageBoxRequest *Request) {
     }
     FreePoolIfSet(Copy);
     BoxWidth = BoxWidth + 3 > W ? W - 3 : BoxWidth + 2;
+    // Sized to title and text alone, a box can put a button's bracket on its frame, or one
+    // button over the next: it grows by just what its buttons need.
+    while (BoxWidth + 3 <= W && !ButtonsFit(Request, BoxWidth)) {
+      BoxWidth++;
+    }
     UINT32 BoxHeight = CountWrappedLines(Request->Text, static_cast<UINT16>(BoxWidth)) + Extra;
     if (BoxHeight > H - 4) {
       BoxHeight = H - 4;

@@ -18,6 +18,12 @@ namespace {
 
 constexpr UINTN PopUpShadowAttribute = 0x08;
 
+struct PopUpEntry {
+  QuestionOption *Option;
+  CHAR16 *Text;
+  UINT16 Width;
+};
+
 struct PopUp {
   UiSelection *Selection;
   Statement *Question;
@@ -30,9 +36,9 @@ struct PopUp {
   UINT32 Highlight;
   UINT32 First;
   QuestionOption *Current;
-  // The text of each shown option, in list order.
-  CHAR16 **Texts;
-  UINT16 *Widths;
+  // The text of each shown option, read once when the list opens; an ordered list moves its
+  // options, so a paint finds each option's text by the option and not by its place.
+  PopUpEntry *Entries;
   ScreenRect Box;
   ScreenRect Inner;
   UINTN Attribute;
@@ -40,24 +46,31 @@ struct PopUp {
 };
 
 void FreeTexts(PopUp *List) {
-  if (List->Texts != nullptr) {
+  if (List->Entries != nullptr) {
     for (UINT32 Index = 0; Index < List->ShownCount; Index++) {
-      FreePoolIfSet(List->Texts[Index]);
+      FreePoolIfSet(List->Entries[Index].Text);
     }
   }
-  FreePoolIfSet(List->Texts);
-  FreePoolIfSet(List->Widths);
+  FreePoolIfSet(List->Entries);
   FreeOptionSnapshot(&List->Snapshot);
-  List->Texts = nullptr;
-  List->Widths = nullptr;
+  List->Entries = nullptr;
+}
+
+const PopUpEntry *EntryOf(const PopUp *List, const QuestionOption *Option) {
+  for (UINT32 Index = 0; Index < List->ShownCount; Index++) {
+    if (List->Entries[Index].Option == Option) {
+      return &List->Entries[Index];
+    }
+  }
+  return nullptr;
 }
 
 EFI_STATUS ReadTexts(PopUp *List, EFI_HII_HANDLE Handle) {
   const ScreenRect &Screen = Browser->ScreenDimensions;
   UINT32 Limit = Screen.Right - Screen.Left - (List->Scrolling ? 5 : 4);
-  List->Texts = static_cast<CHAR16 **>(AllocateZeroedPool(List->ShownCount * sizeof(CHAR16 *)));
-  List->Widths = static_cast<UINT16 *>(AllocateZeroedPool(List->ShownCount * sizeof(UINT16)));
-  if (List->Texts == nullptr || List->Widths == nullptr) {
+  List->Entries =
+      static_cast<PopUpEntry *>(AllocateZeroedPool(List->ShownCount * sizeof(PopUpEntry)));
+  if (List->Entries == nullptr) {
     return EFI_OUT_OF_RESOURCES;
   }
   UINT32 Index = 0;
@@ -78,8 +91,7 @@ EFI_STATUS ReadTexts(PopUp *List, EFI_HII_HANDLE Handle) {
     if (Width > Limit) {
       Width = CutToWidth(Text, static_cast<UINT16>(Limit));
     }
-    List->Texts[Index] = Text;
-    List->Widths[Index] = Width;
+    List->Entries[Index] = {Option, Text, Width};
     if (Width > List->ListWidth) {
       List->ListWidth = Width;
     }
@@ -121,26 +133,30 @@ void Paint(PopUp *List) {
       break;
     }
     QuestionOption *Option = OptionFromLink(Link);
+    const PopUpEntry *Entry = EntryOf(List, Option);
+    if (Entry == nullptr) {
+      break;
+    }
     INT64 Row = static_cast<INT64>(List->Box.Top) + 1 + Index - List->First;
     UINT32 Column = List->Box.Left + 2;
     Option->PopUpColumn = static_cast<UINT16>(Column);
     Option->PopUpRow = static_cast<UINT16>(Row);
-    Option->PopUpWidth = List->Widths[Index];
+    Option->PopUpWidth = Entry->Width;
     Option->PopUpIndex = Index;
     if (Row > static_cast<INT64>(List->Box.Top) && Row < static_cast<INT64>(List->Box.Bottom)) {
       if (Index == List->Highlight) {
         // The highlight colours the text alone, not the blanks behind it.
         List->Current = Option;
         SetAttribute(List->HighlightAttribute);
-        PrintAt(Column, static_cast<UINT32>(Row), List->Texts[Index]);
+        PrintAt(Column, static_cast<UINT32>(Row), Entry->Text);
         SetAttribute(List->Attribute);
-        for (UINT32 Cell = List->Widths[Index]; Cell < List->ListWidth + 1u; Cell++) {
+        for (UINT32 Cell = Entry->Width; Cell < List->ListWidth + 1u; Cell++) {
           PutCharAt(Column + Cell, static_cast<UINT32>(Row), u' ');
         }
       } else {
         CHAR16 *Padded = nullptr;
-        if (!EFI_ERROR(PadToWidth(&Padded, static_cast<UINT16>(List->ListWidth + 1),
-                                  List->Texts[Index]))) {
+        if (!EFI_ERROR(
+                PadToWidth(&Padded, static_cast<UINT16>(List->ListWidth + 1), Entry->Text))) {
           SetAttribute(List->Attribute);
           PrintAt(Column, static_cast<UINT32>(Row), Padded);
         }

@@ -115,6 +115,27 @@ const CHAR16 *const ThreeButtons[] = {u"Save", u"Discard", u"Cancel"};
 // Wide enough to space three buttons out.
 const CHAR16 *const Question = u"  The settings have changed. What should happen to them?  ";
 
+TEST_F(DialogTest, AOneButtonBoxIsSizedToTitleAndTextAndWidenedOnlyForItsButton) {
+  // The validation message: title "Message", one "Continue" button. Sized to title and text,
+  // a box of a short text would put "]" on its frame: it grows by just what the button needs.
+  const CHAR16 *const Continue[] = {u"Continue"};
+  struct Case {
+    const CHAR16 *Text;
+    UINT32 Left, Right, Top, Bottom, ButtonColumn;
+  } Cases[] = {
+      {u"Too big", 34, 46, 10, 16, 36},
+      {u"Value out of range", 30, 50, 10, 16, 36},
+      {u"First line\r\nSecond line", 33, 46, 10, 17, 36},
+  };
+  for (const Case &Each : Cases) {
+    SCOPED_TRACE(Utf8(U16(Each.Text)));
+    Show([&] { ShowMessageBox(u"Message", Each.Text, nullptr, 0xF4, 0, 1, 0, Continue); });
+    ExpectFrame(Each.Left, Each.Right, Each.Top, Each.Bottom);
+    EXPECT_EQ(ColumnOf(Each.Bottom - 1, "[Continue]"), static_cast<int>(Each.ButtonColumn));
+    Close("Enter");
+  }
+}
+
 TEST_F(DialogTest, AShortMessageBoxIsSizedToItsTextAndCentred) {
   UINT32 Choice = 0;
   Show([&] {
@@ -440,21 +461,28 @@ TEST_F(DialogTest, LineModeEditsAndLimits) {
   }
 }
 
-TEST_F(DialogTest, TypingPastTheBoxLeavesNothingBehind) {
+TEST_F(DialogTest, TheMaskGrowsPastTheBoxToTheScreenEdgeAndLeavesNothingBehind) {
   CHAR16 Text[101];
   Show([&] { ShowDialog(2, FALSE, 100, Text, nullptr, u"Code", u" "); });
+  auto Stars = [&] {
+    std::string Found;
+    for (UINT32 Column = 0; Column < 80; Column++) {
+      Found += At(Column, 12) == u'*' ? '*' : '.';
+    }
+    return Found;
+  };
+  // The box takes columns 37 to 42; ten characters run the mask on from column 38.
+  Type("\"abcdefghij\"");
+  EXPECT_EQ(Stars(), std::string(38, '.') + std::string(10, '*') + std::string(32, '.'));
+  // Wider than the screen, only the last characters show, up to the last column, and nothing
+  // spills onto the next row.
   std::string Keys = "\"";
-  for (int Count = 0; Count < 90; Count++) {
+  for (int Count = 10; Count < 90; Count++) {
     Keys += static_cast<char>('a' + Count % 26);
   }
   Type(Keys + "\"");
-  // The mask stays inside the frame.
-  for (UINT32 Column = 0; Column < 80; Column++) {
-    bool InBox = Column >= 37 && Column <= 42;
-    if (!InBox) {
-      EXPECT_NE(At(Column, 12), u'*') << "column " << Column << "\n" << ScreenText();
-    }
-  }
+  EXPECT_EQ(Stars(), std::string(38, '.') + std::string(42, '*'));
+  EXPECT_NE(At(0, 13), u'*');
   Close("Enter");
   EXPECT_EQ(U16(Text).size(), 90u);
 }
