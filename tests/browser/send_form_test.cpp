@@ -7,6 +7,7 @@
 #include "core/external_protocols.h"
 #include "core/hii_strings.h"
 #include "data/builtin_strings.h"
+#include "support/print.h"
 #include "tests/browser/browser_fixture.h"
 #include "tests/common/text.h"
 
@@ -367,6 +368,56 @@ TEST_F(BuiltinStringTest, TheEmptyStringReadsWithoutFailure) {
   EXPECT_EQ(U16(Text), u"");
   Boot()->FreePool(Text);
   EXPECT_EQ(Read(BUILTIN_STRING_COUNT + 1, "en-US"), u"") << "an unknown id reads as nothing";
+}
+
+TEST_F(SendFormTest, TwoFormSetsInOneListOnADriverWithoutConfigAccess) {
+  // The first form set answers when no GUID is given, the second by its GUID; with no config
+  // access on the driver's handle both show their defaults and nothing fails.
+  struct Case {
+    std::optional<EFI_GUID> Guid;
+    const char *Shown;
+  } Cases[] = {{std::nullopt, "First switch"}, {TestGuid(0x42), "Second switch"}};
+  for (const Case &Each : Cases) {
+    SCOPED_TRACE(Each.Shown);
+    Restart(tools::SessionOptions());
+    Strings S;
+    IfrWriter W;
+    for (UINT8 Index : {0x41, 0x42}) {
+      EFI_STRING_ID Title = S.Add(Index == 0x41 ? u"First" : u"Second");
+      W.FormSet(TestGuid(Index), Title, Title, {}, true);
+      W.Form(1, Title, true);
+      W.Checkbox({S.Add(Index == 0x41 ? u"First switch" : u"Second switch"), Title, 0x10, 0, 0,
+                  EFI_IFR_FLAG_CALLBACK},
+                 EFI_IFR_CHECKBOX_DEFAULT);
+      W.End().End();
+    }
+    EFI_HANDLE Driver = nullptr;
+    EFI_GUID Marker = TestGuid(0x77);
+    ASSERT_EQ(Boot()->InstallProtocolInterface(&Driver, &Marker, EFI_NATIVE_INTERFACE, nullptr),
+              EFI_SUCCESS);
+    EFI_HII_HANDLE Handle = Session->AddPackageList(
+        kit::PackageListBuilder(TestGuid(0x40)).AddForms(W).AddStrings(S).Bytes(), Driver);
+    ASSERT_NE(Handle, nullptr);
+    tools::SendFormRequest Request;
+    Request.Handles = {Handle};
+    Request.FormSetGuid = Each.Guid;
+    Send(Request);
+    ASSERT_TRUE(Waiting()) << ScreenText();
+    EXPECT_NE(ScreenText().find(Each.Shown), std::string::npos) << ScreenText();
+    EXPECT_EQ(Browser->Selection->FormSet->ConfigAccess, nullptr);
+    Statement *Switch = StatementFromLink(ListFirst(&Browser->Selection->Form->StatementList));
+    EXPECT_EQ(Switch->Value.Value[0], 1) << "the default";
+    Type("Enter F10 Enter");
+    EXPECT_TRUE(Finished()) << ScreenText();
+    EXPECT_EQ(Run().Status(), EFI_SUCCESS);
+  }
+}
+
+TEST_F(SendFormTest, ThePrintProtocolIsInstalled) {
+  VOID *Print = nullptr;
+  EFI_GUID Guid = gPrintProtocolGuid;
+  EXPECT_EQ(Boot()->LocateProtocol(&Guid, nullptr, &Print), EFI_SUCCESS);
+  EXPECT_EQ(Print, Browser->Print);
 }
 
 } // namespace
