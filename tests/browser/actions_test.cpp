@@ -158,11 +158,6 @@ protected:
     ASSERT_TRUE(Waiting()) << ScreenText();
   }
 
-  EFI_QUESTION_ID Highlighted() {
-    Statement *Current = Browser->Selection->Statement;
-    return Current != nullptr ? Current->QuestionId : 0;
-  }
-
   void MoveTo(EFI_QUESTION_ID Question) {
     if (Highlighted() != Question) {
       Type("Home");
@@ -192,8 +187,6 @@ protected:
     MoveTo(Trigger);
     Type("Enter");
   }
-
-  bool Shows(const std::string &Text) { return ScreenText().find(Text) != std::string::npos; }
 
   // The value text on the row of a prompt, trimmed.
   std::string ValueOf(const std::string &Prompt) {
@@ -754,13 +747,6 @@ protected:
     Manager->Records = std::move(Records);
     Manager->CurrentFails = CurrentFails;
     ASSERT_EQ(Manager->Install(Services != nullptr ? Services : Boot()), EFI_SUCCESS);
-  }
-
-  bool Shows(const std::string &Text) { return ScreenText().find(Text) != std::string::npos; }
-
-  EFI_QUESTION_ID Highlighted() {
-    Statement *Current = Browser->Selection->Statement;
-    return Current != nullptr ? Current->QuestionId : 0;
   }
 
   // The questions the highlight can stand on, top to bottom.

@@ -1,5 +1,7 @@
 #include "tests/browser/browser_fixture.h"
 
+#include "core/browser_context.h"
+
 #include <cstdlib>
 #include <fstream>
 #include <sstream>
@@ -147,6 +149,25 @@ void ExpectScreenFile(const std::string &Directory, const std::string &Name,
   std::stringstream Expected;
   Expected << File.rdbuf();
   EXPECT_EQ(Expected.str(), Actual) << "screen " << Name << " differs from " << Path;
+}
+
+bool BrowserTest::Shows(const std::string &Text) {
+  return ScreenText().find(Text) != std::string::npos;
+}
+
+EFI_QUESTION_ID BrowserTest::Highlighted() {
+  Statement *Current = Browser->Selection->Statement;
+  return Current != nullptr ? Current->QuestionId : 0;
+}
+
+Statement *BrowserTest::Question(EFI_QUESTION_ID Id) {
+  LIST_FOR_EACH(Link, &Browser->Selection->Form->StatementList) {
+    Statement *Each = StatementFromLink(Link);
+    if (Each->QuestionId == Id) {
+      return Each;
+    }
+  }
+  return nullptr;
 }
 
 void BrowserTest::ExpectScreen(const std::string &Name) {

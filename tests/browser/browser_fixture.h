@@ -15,6 +15,7 @@
 #include "host/components/pages.h"
 #include "host/kit/kit.h"
 #include "host/pool.h"
+#include "model/form_model.h"
 #include "tools/session/browser_session.h"
 
 namespace morvane::test {
@@ -63,6 +64,12 @@ protected:
   std::string Row(unsigned Index);
   // The text row and attribute row of one screen line, for a quick look in a failure message.
   std::string ScreenText();
+
+  // Whether the screen shows Text anywhere.
+  bool Shows(const std::string &Text);
+  // The question the highlight stands on, 0 for none; the question of the shown form with id Id.
+  EFI_QUESTION_ID Highlighted();
+  Statement *Question(EFI_QUESTION_ID Id);
 
   // Compares the screen (text, then attributes) with tests/browser/screens/<Name>.txt. With the
   // environment variable MORVANE_UPDATE_SCREENS=1 the file is written instead.

@@ -78,11 +78,6 @@ protected:
     }
     return Out;
   }
-
-  EFI_QUESTION_ID Highlighted() {
-    Statement *Current = Browser->Selection->Statement;
-    return Current != nullptr ? Current->QuestionId : 0;
-  }
 };
 
 TEST_F(CallbackTest, WhatTheDriverHears) {

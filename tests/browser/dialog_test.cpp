@@ -87,8 +87,6 @@ protected:
     EXPECT_EQ(Browser->ModalActive, 0);
   }
 
-  bool Shows(const std::string &Text) { return ScreenText().find(Text) != std::string::npos; }
-
   char16_t At(UINT32 Column, UINT32 Row) { return Host().Screen().Cell(Column, Row).Char; }
   UINT8 AttributeAt(UINT32 Column, UINT32 Row) {
     return Host().Screen().Cell(Column, Row).Attribute;
@@ -113,7 +111,7 @@ protected:
 const CHAR16 *const YesNo[] = {u"Yes", u"No"};
 const CHAR16 *const ThreeButtons[] = {u"Save", u"Discard", u"Cancel"};
 // Wide enough to space three buttons out.
-const CHAR16 *const Question = u"  The settings have changed. What should happen to them?  ";
+const CHAR16 *const LongQuestion = u"  The settings have changed. What should happen to them?  ";
 
 TEST_F(DialogTest, AOneButtonBoxIsSizedToTitleAndTextAndWidenedOnlyForItsButton) {
   // The validation message: title "Message", one "Continue" button. Sized to title and text,
@@ -218,7 +216,7 @@ TEST_F(DialogTest, ButtonsAnswerLeftRightEnterEscAndAltX) {
   for (const Case &Each : Cases) {
     UINT32 Choice = 1234;
     Show([&] {
-      Choice = ShowMessageBox(u"Choose", Question, nullptr, 0xF1, 0, Each.ButtonCount,
+      Choice = ShowMessageBox(u"Choose", LongQuestion, nullptr, 0xF1, 0, Each.ButtonCount,
                               Each.DefaultButton, Each.ButtonCount == 1 ? One : ThreeButtons);
     });
     Close(Each.Keys);
@@ -227,7 +225,7 @@ TEST_F(DialogTest, ButtonsAnswerLeftRightEnterEscAndAltX) {
 }
 
 TEST_F(DialogTest, TheHighlightFollowsTheCurrentButton) {
-  Show([&] { ShowMessageBox(u"Choose", Question, nullptr, 0xF1, 0, 3, 1, ThreeButtons); });
+  Show([&] { ShowMessageBox(u"Choose", LongQuestion, nullptr, 0xF1, 0, 3, 1, ThreeButtons); });
   UINT32 ButtonRow = 0;
   for (UINT32 Candidate = 0; Candidate < 25 && ButtonRow == 0; Candidate++) {
     ButtonRow = ColumnOf(Candidate, "[Save]") >= 0 ? Candidate : 0;

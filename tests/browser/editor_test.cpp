@@ -124,20 +124,7 @@ protected:
     return Text;
   }
 
-  Statement *Question(EFI_QUESTION_ID Id) {
-    LIST_FOR_EACH(Link, &Browser->Selection->Form->StatementList) {
-      Statement *Each = StatementFromLink(Link);
-      if (Each->QuestionId == Id) {
-        return Each;
-      }
-    }
-    return nullptr;
-  }
   UINT64 Number(EFI_QUESTION_ID Id) { return HiiValueNumber(&Question(Id)->Value); }
-  EFI_QUESTION_ID Highlighted() {
-    Statement *Current = Browser->Selection->Statement;
-    return Current != nullptr ? Current->QuestionId : 0;
-  }
   void GoTo(EFI_QUESTION_ID Id) {
     Type("Home");
     for (int Step = 0; Step < 20 && Highlighted() != Id; Step++) {

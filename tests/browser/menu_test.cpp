@@ -104,14 +104,7 @@ protected:
     ASSERT_TRUE(Waiting()) << ScreenText();
   }
 
-  EFI_QUESTION_ID Highlighted() {
-    Statement *Current = Browser->Selection->Statement;
-    return Current != nullptr ? Current->QuestionId : 0;
-  }
-
   UINT32 TopRow() { return Browser->TopOption != nullptr ? Browser->TopOption->Row : 0; }
-
-  bool Shows(const std::string &Text) { return ScreenText().find(Text) != std::string::npos; }
 
   // Moves the highlight down to the question, at most Limit keys.
   void DownTo(EFI_QUESTION_ID Question, int Limit = 40) {

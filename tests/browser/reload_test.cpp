@@ -176,19 +176,12 @@ protected:
     ASSERT_TRUE(Waiting()) << ScreenText();
   }
 
-  EFI_QUESTION_ID Highlighted() {
-    Statement *Current = Browser->Selection->Statement;
-    return Current != nullptr ? Current->QuestionId : 0;
-  }
-
   void DownTo(EFI_QUESTION_ID Question) {
     for (int Step = 0; Step < 10 && Highlighted() != Question; Step++) {
       Type("Down");
     }
     ASSERT_EQ(Highlighted(), Question) << ScreenText();
   }
-
-  bool Shows(const std::string &Text) { return ScreenText().find(Text) != std::string::npos; }
 
   // Form Open and Form Close Callbacks the main driver heard from call From on.
   size_t FormNotifications(size_t From) {

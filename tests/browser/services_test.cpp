@@ -106,11 +106,6 @@ protected:
     ASSERT_TRUE(Waiting()) << (Finished() ? tools::StatusName(Run().Status()) : "") << ScreenText();
   }
 
-  EFI_QUESTION_ID Highlighted() {
-    Statement *Current = Browser->Selection->Statement;
-    return Current != nullptr ? Current->QuestionId : 0;
-  }
-
   void MoveTo(EFI_QUESTION_ID Question) {
     if (Highlighted() != Question) {
       Type("Home");
@@ -127,8 +122,6 @@ protected:
     Inside = std::move(Body);
     Type("Enter");
   }
-
-  bool Shows(const std::string &Text) { return ScreenText().find(Text) != std::string::npos; }
 
   std::vector<uint8_t> &SetupBytes() { return *Set->Driver->Buffer(SetupGuid, u"Setup"); }
 

@@ -28,18 +28,6 @@ class StorageTest : public BrowserTest {
 protected:
   PublishedFormSet *Set = nullptr;
 
-  Statement *Question(EFI_QUESTION_ID Id) {
-    LIST_FOR_EACH(Link, &Browser->Selection->Form->StatementList) {
-      Statement *Each = StatementFromLink(Link);
-      if (Each->QuestionId == Id) {
-        return Each;
-      }
-    }
-    return nullptr;
-  }
-
-  bool Shows(const std::string &Text) { return ScreenText().find(Text) != std::string::npos; }
-
   void SaveAndLeave() {
     Type("F10 Enter");
     ASSERT_TRUE(Finished()) << ScreenText();
