@@ -64,10 +64,9 @@ EFI_STATUS ToString(FormSet *Set, UINT8 Format, ValueStack *Stack, HiiValue *Res
       Pattern = u"%ld";
       break;
     case EFI_IFR_STRING_LOWERCASE_HEX:
-      Pattern = u"%lx";
-      break;
     case EFI_IFR_STRING_UPPERCASE_HEX:
-      Pattern = u"%lX";
+      // The print engine's "%X" pads to sixteen digits; the text of a number has none to spare.
+      Pattern = u"%lx";
       break;
     default:
       return EFI_UNSUPPORTED;

@@ -383,6 +383,8 @@ TEST_F(ExpressionTest, StringAndConversionOperators) {
        0, u"-1"},
       {"all ones, format 1", [](IfrWriter &W) { W.Ones().ToString(1); }, EFI_SUCCESS, 7, 0, u"-1"},
       {"format 2", [](IfrWriter &W) { W.Uint32(0xAB).ToString(2); }, EFI_SUCCESS, 7, 0, u"AB"},
+      {"format 3, unpadded", [](IfrWriter &W) { W.Uint32(0xAB).ToString(3); }, EFI_SUCCESS, 7, 0,
+       u"AB"},
       {"an unknown format", [](IfrWriter &W) { W.One().ToString(4); }, EFI_UNSUPPORTED},
       {"true", [](IfrWriter &W) { W.True().ToString(0); }, EFI_SUCCESS, 7, 0, u"True"},
       {"false, whatever the format", [](IfrWriter &W) { W.False().ToString(9); }, EFI_SUCCESS, 7, 0,
