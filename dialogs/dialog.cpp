@@ -50,18 +50,9 @@ const CHAR16 *EmptyLine() {
 }
 
 void PaintInputRow(const DialogBox &Box, UINT32 InputRow, const CHAR16 *Typed) {
-  SetAttribute(DIALOG_ATTRIBUTE);
-  UINT32 Blanks = Box.Width >= 1 ? Box.Width - 1 : 0;
-  CHAR16 *Row =
-      static_cast<CHAR16 *>(AllocatePoolOf((static_cast<UINTN>(Blanks) + 1) * sizeof(CHAR16)));
-  if (Row == nullptr) {
-    return;
-  }
-  FillCharacters(Row, Blanks, u' ');
-  Row[Blanks] = 0;
-  PrintAt(Box.Left + 1, InputRow, Row);
   // The text is always masked. The mask grows past the box as the text does, and only its last
   // characters show once the text is wider than the screen; it never runs off the screen.
+  UINT32 Blanks = Box.Width >= 1 ? Box.Width - 1 : 0;
   UINT32 TypedWidth = DisplayWidth(Typed);
   UINT32 Right = Browser->ScreenDimensions.Right;
   UINTN First = (Right >= 2 && TypedWidth > Right - 2) ? TypedWidth - Right + 2 : 0;
@@ -71,13 +62,18 @@ void PaintInputRow(const DialogBox &Box, UINT32 InputRow, const CHAR16 *Typed) {
   if (Stars > Room) {
     Stars = Room;
   }
-  CHAR16 *Mask = static_cast<CHAR16 *>(AllocatePoolOf((Stars + 1) * sizeof(CHAR16)));
-  if (Mask != nullptr) {
-    FillCharacters(Mask, Stars, u'*');
-    Mask[Stars] = 0;
-    PrintAt(Box.Left + 1, InputRow, Mask);
+  CHAR16 *Row = static_cast<CHAR16 *>(
+      AllocatePoolOf(((Stars > Blanks ? Stars : Blanks) + 1) * sizeof(CHAR16)));
+  if (Row == nullptr) {
+    return;
   }
-  FreePoolIfSet(Mask);
+  SetAttribute(DIALOG_ATTRIBUTE);
+  FillCharacters(Row, Blanks, u' ');
+  Row[Blanks] = 0;
+  PrintAt(Box.Left + 1, InputRow, Row);
+  FillCharacters(Row, Stars, u'*');
+  Row[Stars] = 0;
+  PrintAt(Box.Left + 1, InputRow, Row);
   FreePoolIfSet(Row);
 }
 

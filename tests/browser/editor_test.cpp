@@ -389,20 +389,6 @@ TEST_F(EditorTest, OneOfStepsSkipSuppressedOptions) {
   EXPECT_EQ(Highlighted(), Choice) << "stepping a one-of keeps the highlight";
 }
 
-TEST_F(EditorTest, OrderedListMovesTheHighlightedOption) {
-  GoTo(Order);
-  Type("Enter Down");
-  // First moved one place down: Second, First, Third.
-  Type("Enter");
-  EXPECT_EQ(Question(Order)->ValueBuffer[0], 2);
-  EXPECT_EQ(Question(Order)->ValueBuffer[1], 1);
-  EXPECT_EQ(Question(Order)->ValueBuffer[2], 3);
-  // Esc after moves leaves the value as it was.
-  Type("Enter Down Down Esc");
-  EXPECT_EQ(Question(Order)->ValueBuffer[0], 2);
-  EXPECT_EQ(Question(Order)->ValueBuffer[1], 1);
-}
-
 TEST_F(EditorTest, ChangesReachTheDriverOnSave) {
   GoTo(Limit);
   Type("\"64\" Enter");
