@@ -110,26 +110,36 @@ EFI_STATUS PaintMenuBar(UiSelection *Selection, UINT32 Repaint) {
   UINT32 ClientWidth = Area.Client.Right - Area.Client.Left + 1;
   bool TopForm = IsTopForm();
 
+  // Used: the tab widths up to and including the current tab; Hidden: those of them that lie
+  // before the first visible tab.
   UINT32 Used = 0;
+  UINT32 Hidden = 0;
   MenuBarEntry *Current = nullptr;
   UINT32 Step = 0;
   LIST_FOR_EACH(Link, &Browser->MenuBarList) {
     MenuBarEntry *Entry = MenuBarEntryFromLink(Link);
-    Used += DisplayWidth(Entry->Title) + 5;
+    UINT32 TabStep = DisplayWidth(Entry->Title) + 5;
+    Used += TabStep;
+    if (Entry->Index < Browser->MenuBarFirstVisible) {
+      Hidden += TabStep;
+    }
     if (Step++ == Browser->MenuBarCurrent) {
       Current = Entry;
       break;
     }
   }
+  // Tabs are printed from five cells into the client and stop at the client width, so the
+  // rescroll starts as soon as the tabs up to the current one would not all be printed.
+  UINT32 FirstColumn = Area.Client.Left + 5;
   if (Current != nullptr && Current->Index < Browser->MenuBarFirstVisible) {
     Browser->MenuBarFirstVisible = Current->Index;
-  } else if (Used > ClientWidth) {
-    // The first tab from which the tabs up to the current one fit behind the five cells of the
-    // margin, so the highlight always stands on a painted tab.
+  } else if (FirstColumn + Used - Hidden > ClientWidth) {
+    // The first tab from which the tabs up to the current one fit, so the highlight always
+    // stands on a painted tab.
     UINT32 Before = 0;
     LIST_FOR_EACH(Link, &Browser->MenuBarList) {
       MenuBarEntry *Entry = MenuBarEntryFromLink(Link);
-      if (Used - Before + 5 <= ClientWidth || Entry == Current) {
+      if (FirstColumn + Used - Before <= ClientWidth || Entry == Current) {
         Browser->MenuBarFirstVisible = Entry->Index;
         break;
       }
@@ -144,7 +154,7 @@ EFI_STATUS PaintMenuBar(UiSelection *Selection, UINT32 Repaint) {
   if (Browser->MenuBarFirstVisible != 0 && TopForm) {
     PutCharAt(Area.Client.Left, Area.Client.Top, u'<');
   }
-  UINT32 Column = Area.Client.Left + 5;
+  UINT32 Column = FirstColumn;
   bool More = false;
   LIST_FOR_EACH(Link, &Browser->MenuBarList) {
     MenuBarEntry *Entry = MenuBarEntryFromLink(Link);

@@ -136,6 +136,27 @@ TEST_F(MenuTest, TabsWithLeftAndRightAndTheirWrap) {
   Leave();
 }
 
+// Tabs are printed from five cells into the bar: when the tabs up to the current one take 76
+// to 80 cells they no longer all fit, and the bar must scroll to keep the current tab painted.
+TEST_F(MenuTest, TheCurrentTabIsPaintedWhenTheTabsJustOverfillTheBar) {
+  const char16_t *Titles[] = {u"First tab of the bar.", u"Second tab of the bar",
+                              u"Third tab of the bar."};
+  std::vector<EFI_HII_HANDLE> Handles;
+  for (unsigned Index = 0; Index < 3; Index++) {
+    Handles.push_back(
+        SimplePage(TestGuid(10 + Index), Titles[Index], &gDefaultPageGuids[Index], u"A line")
+            .Handle);
+  }
+  Send(Handles);
+  ASSERT_TRUE(Waiting());
+  Type("Right Right");
+  ASSERT_EQ(Browser->MenuBarCurrent, 2u);
+  std::string Bar = Row(Browser->MenuBarArea.Client.Top);
+  EXPECT_NE(Bar.find("Third tab of the bar."), std::string::npos) << Bar;
+  EXPECT_EQ(Bar.find("First tab"), std::string::npos) << "the bar has scrolled: " << Bar;
+  EXPECT_EQ(Bar.front(), '<') << Bar;
+}
+
 TEST_F(MenuTest, ASubFormAndBackAtTheSameScrollRow) {
   PublishWorld();
   SendWorld();
