@@ -485,7 +485,9 @@ void RefreshQuestions() {
     if (EFI_ERROR(ReadQuestionValue(Selection->FormSet, Selection->Form, Question))) {
       break;
     }
-    if (Selection->MenuOption != nullptr && Selection->MenuOption->Statement == Question &&
+    // Only the highlighted line is left to its editor: the other fields of a date or time
+    // keep ticking.
+    if (Selection->MenuOption == Option &&
         (Question->QuestionFlags & EFI_IFR_FLAG_READ_ONLY) == 0) {
       continue;
     }
