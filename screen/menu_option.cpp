@@ -392,6 +392,10 @@ void PaintMenuOption(UiSelection *Selection, MenuLine *Option, bool Highlight, U
   const ScreenRect &Client = Browser->BodyArea.Client;
   Statement *Question = Option->Statement;
   UINT32 Top = Browser->TopOption != nullptr ? Browser->TopOption->Row : 0;
+  // A line out of view has no place on the screen: below the body lie the frame and the footer.
+  if (Option->Row < Top || Option->Row - Top > Client.Bottom - Client.Top) {
+    return;
+  }
   UINT32 ScreenRow = Option->Row - Top + Client.Top;
   UINT16 Inner = HasBrackets(Question) ? 2 : 0;
   UINTN Background = BodyAttribute(0);
@@ -476,6 +480,10 @@ void PaintMenuOption(UiSelection *Selection, MenuLine *Option, bool Highlight, U
                        ValueAttribute(Option, Highlight), DateOrTime ? 0 : RightEdge, Background);
 
   UINTN Plain = ValueAttribute(Option, false);
+  if (ValueScreenRow > LastRow) {
+    FreePoolIfSet(Value);
+    return;
+  }
   if (DateOrTime) {
     CHAR16 Separator = Question->Opcode == EFI_IFR_DATE_OP ? u'/' : u':';
     SetAttribute(Plain);

@@ -252,17 +252,13 @@ bool ScrollOptions(bool Up, UINT16 Rows) {
 
 MenuLine *MoveSelection(UiSelection *Selection, MenuLine *Option, UINT32 Code) {
   if (Code == MOVE_TO_QUESTION) {
+    MenuLine *Old = Option;
+    MenuLine *OldTop = Browser->TopOption;
     if (Selection->QuestionId != 0) {
       MenuLine *Wanted = FindOptionByQuestion(Selection->QuestionId);
       Selection->QuestionId = 0;
       if (Wanted != nullptr && IsSelectable(Wanted)) {
         SetCurrentOption(Selection, Wanted);
-        if (!Browser->RepaintPending) {
-          if (Option != nullptr) {
-            PaintMenuOption(Selection, Option, false, 0);
-          }
-          PaintMenuOption(Selection, Wanted, true, 0);
-        }
         Option = Wanted;
       }
     }
@@ -277,8 +273,19 @@ MenuLine *MoveSelection(UiSelection *Selection, MenuLine *Option, UINT32 Code) {
         }
       }
     }
-    if (!Browser->RepaintPending && Option != nullptr) {
-      PaintMenuOption(Selection, Option, true, 0);
+    if (!Browser->RepaintPending) {
+      // The highlight is painted once the page stands where it will stay: a page that moved is
+      // repainted whole by the loop, or the old page would stay on screen under a new highlight.
+      if (Browser->TopOption != OldTop) {
+        Browser->RepaintPending = 1;
+      } else {
+        if (Old != nullptr && Old != Option) {
+          PaintMenuOption(Selection, Old, false, 0);
+        }
+        if (Option != nullptr) {
+          PaintMenuOption(Selection, Option, true, 0);
+        }
+      }
     }
     return Option;
   }

@@ -212,6 +212,10 @@ void PrintAt(UINT32 Column, UINT32 Row, CHAR16 *Text) {
   UINT32 Columns = 0;
   UINT32 Rows = 0;
   ScreenSize(&Columns, &Rows);
+  // The console refuses a cursor below its last row and would print at the old cursor.
+  if (Row >= Rows) {
+    return;
+  }
   UINT32 Width = DisplayWidth(Text);
   if (Column + Width > Columns) {
     Width = CutToWidth(Text, static_cast<UINT16>(Column < Columns ? Columns - Column : 0));

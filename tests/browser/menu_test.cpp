@@ -207,6 +207,38 @@ TEST_F(MenuTest, AReferenceWithOnlyAQuestionMovesTheHighlight) {
   Leave();
 }
 
+// A reference that names a question on its own form, out of view and in view: the page
+// scrolls to it, is painted whole, and nothing is drawn beyond the body.
+TEST_F(MenuTest, AReferenceToAQuestionOutOfViewScrollsThePage) {
+  Strings S;
+  EFI_STRING_ID Title = S.Add(u"Jumps");
+  IfrWriter W;
+  W.FormSet(MainGuid, Title, S.Add(u"Help"), {}, true);
+  W.VarStore(MainGuid, Store, StoreSize, "Setup");
+  W.Form(1, Title, true);
+  W.Checkbox({S.Add(u"Early"), S.Add(u"At the top"), Switch, Store, 0, 0});
+  for (unsigned Index = 0; Index < 25; Index++) {
+    W.Text(S.Add(u"Filler " + std::u16string(1, u'A' + Index)), S.Add(u"A line of text"));
+  }
+  W.Checkbox({S.Add(u"Late"), S.Add(u"Near the end"), SubSwitch, Store, 1, 0});
+  W.Ref2({S.Add(u"To Early"), S.Add(u"Back to the top"), RefToQuestion, 0, 0, 0}, 0, Switch);
+  W.Ref2({S.Add(u"To Late"), S.Add(u"Just above"), RefToSubForm, 0, 0, 0}, 0, SubSwitch);
+  W.End().End();
+  PublishedFormSet &Set = Publish(W, S, MainGuid);
+  Set.Driver->AddBufferStorage(MainGuid, u"Setup", std::vector<uint8_t>(StoreSize, 0));
+  Send({Set.Handle});
+  ASSERT_TRUE(Waiting());
+  DownTo(RefToQuestion);
+  Type("Enter");
+  EXPECT_EQ(Highlighted(), Switch);
+  ExpectScreen("reference_out_of_view");
+  Type("End");
+  DownTo(RefToSubForm);
+  Type("Enter");
+  EXPECT_EQ(Highlighted(), SubSwitch);
+  ExpectScreen("reference_in_view");
+}
+
 TEST_F(MenuTest, AReferenceToNothingOrToAnUnknownPathIsNotFound) {
   PublishWorld();
   SendWorld();

@@ -283,11 +283,6 @@ TEST_F(ScreenTest, ClockQuestionsRepaintOncePerSecond) {
   // A minute of ticks every 50 ms repaints the time about sixty times, not twelve hundred.
   UINTN Repaints = Host().Screen().Counters().OutputString - Writes;
   EXPECT_LT(Repaints, 61u * 20u) << Repaints;
-  // Highlighted, the time keeps ticking: only the line under the highlight is left alone.
-  Type("Down");
-  ASSERT_EQ(Highlighted(), 0x51);
-  Type("wait 1000");
-  EXPECT_NE(ScreenText().find("[00:01:02]"), std::string::npos) << ScreenText();
 }
 
 TEST_F(ScreenTest, WideCharactersTakeTwoCells) {
