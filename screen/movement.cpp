@@ -93,7 +93,9 @@ MenuLine *MoveUp(UiSelection *Selection, MenuLine *Option) {
     MenuLine *InView = FirstSelectableInView();
     return InView != nullptr ? MakeCurrent(Selection, InView) : Option;
   }
-  if (IsWithinPage(Target, Browser->BottomOption)) {
+  // Within a page of the bottom option counts from its first row; a bottom option of several
+  // rows can put a target above the top within that page, and the page must scroll to it.
+  if (Target->Row >= TopRow() && IsWithinPage(Target, Browser->BottomOption)) {
     PaintMenuOption(Selection, Option, false, 0);
     return MakeCurrent(Selection, Target);
   }

@@ -18,7 +18,8 @@ struct Step {
 
 class MovementTest : public ScreenTest {
 protected:
-  // Lines described by a string: "s" a subtitle, "c" a checkbox (question 0x10, 0x11, ...).
+  // Lines described by a string: "s" a subtitle, "c" a checkbox (question 0x10, 0x11, ...),
+  // "t" a checkbox whose prompt takes eight rows.
   void PublishLines(const std::string &Lines) {
     Strings S;
     IfrWriter W;
@@ -32,7 +33,11 @@ protected:
       if (Lines[Index] == 's') {
         W.Subtitle(S.Add(u"Heading " + Number), 0);
       } else {
-        W.Checkbox({S.Add(u"Setting " + Number), S.Add(u"A setting"),
+        std::u16string Prompt = u"Setting " + Number;
+        for (int Row = 1; Lines[Index] == 't' && Row < 8; Row++) {
+          Prompt += u"\r\nrow " + FromUtf8(std::to_string(Row));
+        }
+        W.Checkbox({S.Add(Prompt), S.Add(u"A setting"),
                     static_cast<EFI_QUESTION_ID>(0x10 + Checkboxes), 1, Checkboxes, 0});
         Checkboxes++;
       }
@@ -69,6 +74,18 @@ TEST_F(MovementTest, AcrossLongStretchesOfHeadings) {
       {"Home", 0, 0x10},
   });
   EXPECT_EQ(Host().Speaker()->Beeps(), 0u);
+}
+
+// Up from a tall option at the bottom of the page to one above the page: the within-a-page
+// test counts from the tall option's first row, so the page must still scroll to the target.
+TEST_F(MovementTest, UpFromATallBottomOptionScrollsToTheTarget) {
+  PublishLines("c" + std::string(5, 's') + "c" + std::string(15, 's') + "t");
+  Walk({
+      {"Down", 0, 0x11},
+      {"Down", 13, 0x12}, // rows 22 to 29, the last page starts at 30 - 17
+      {"Up", 6, 0x11},    // row 6 is above the page: it scrolls to the top
+      {"Up", 0, 0x10},
+  });
 }
 
 // A form shorter than the page never scrolls: Page Up, Page Down, Home and End only move the
