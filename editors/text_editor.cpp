@@ -163,9 +163,10 @@ EFI_STATUS EditText(MenuLine *Option, CHAR16 *Text, BOOLEAN AllowBlank) {
   Edit.IsPassword = Question->Opcode == EFI_IFR_PASSWORD_OP;
   Edit.HadText =
       Question->ValueBuffer != nullptr && Question->ValueBytes > 0 && Question->ValueBuffer[0] != 0;
-  // The blank line wipes a password's Maximum cells or a string's visible ones; the window
-  // behind it holds the visible part of a scrolled string. One allocation for both.
-  UINT32 BlankCount = Edit.IsPassword ? Edit.High : Edit.Visible;
+  // The blank line wipes the old value: a password's Maximum cells or a string's visible ones,
+  // and never more than the field shows, or a long password would wipe the frame and the help.
+  // The window behind it holds the visible part of a scrolled string. One allocation for both.
+  UINT32 BlankCount = Edit.IsPassword && Edit.High < Edit.Visible ? Edit.High : Edit.Visible;
   UINTN Room = static_cast<UINTN>(Edit.High > Edit.Visible ? Edit.High : Edit.Visible) + 1;
   Edit.Blanks = static_cast<CHAR16 *>(AllocateZeroedPool(2 * Room * sizeof(CHAR16)));
   if (Edit.Blanks == nullptr) {

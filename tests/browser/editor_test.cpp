@@ -15,7 +15,7 @@ using kit::IfrWriter;
 using kit::Strings;
 
 constexpr EFI_VARSTORE_ID Store = 1;
-constexpr UINT16 StoreSize = 64;
+constexpr UINT16 StoreSize = 160;
 
 enum : EFI_QUESTION_ID {
   Limit = 0x40, // decimal, 5 to 100, typed only
@@ -27,6 +27,7 @@ enum : EFI_QUESTION_ID {
   Secret,       // a password the driver checks
   Choice,       // a one-of of three options, the second suppressed
   Order,        // an ordered list of three
+  LongSecret,   // a password of up to 40 characters, wider than its field
 };
 
 // Offsets in the varstore.
@@ -40,6 +41,7 @@ enum : UINT16 {
   SecretAt = 34,
   ChoiceAt = 52,
   OrderAt = 53,
+  LongSecretAt = 64,
 };
 
 class EditorTest : public BrowserTest {
@@ -82,6 +84,8 @@ protected:
     W.OneOfOption(S.Add(u"Second"), 0, IfrValue::U8(2));
     W.OneOfOption(S.Add(u"Third"), 0, IfrValue::U8(3));
     W.End();
+    W.Password({S.Add(u"Long secret"), S.Add(u"Up to forty"), LongSecret, Store, LongSecretAt, 0},
+               0, 40);
     W.End().End();
     Set = &Publish(W, S, TestGuid(1));
     std::vector<uint8_t> Bytes(StoreSize, 0);
@@ -328,6 +332,35 @@ TEST_F(EditorTest, APasswordGoesToTheDriverAndStaysMasked) {
   // The temporary string is gone from the form set's package.
   EXPECT_NE(ReadString(Question(Secret)->Value.Value[0] | Question(Secret)->Value.Value[1] << 8),
             u"pw1");
+}
+
+// A password of up to forty characters in a narrower field: each entry, the second one
+// included, blanks only the field, never the frame or the help beside it.
+TEST_F(EditorTest, APasswordTypedAgainBlanksOnlyItsField) {
+  GoTo(LongSecret);
+  std::vector<std::string> Before = ScreenRows();
+  auto ExpectOnlyTheFieldChanged = [&](const char *When) {
+    std::vector<std::string> Now = ScreenRows();
+    for (size_t Row = 0; Row < Now.size(); Row++) {
+      if (Now[Row].find("Long secret") == std::string::npos) {
+        EXPECT_EQ(Now[Row], Before[Row]) << When;
+      } else {
+        // The field's text is ASCII in both, so its closing bracket stands at the same byte.
+        size_t Bracket = Before[Row].rfind(']');
+        EXPECT_EQ(Now[Row].substr(std::min(Bracket, Now[Row].size())), Before[Row].substr(Bracket))
+            << When;
+      }
+    }
+  };
+  Type("Enter \"first\" Enter");
+  ExpectOnlyTheFieldChanged("first entry");
+  Type("\"first\"");
+  ExpectOnlyTheFieldChanged("second entry");
+  Type("Enter");
+  EXPECT_TRUE(RowShows("Long secret", "[*****  ")) << ScreenText();
+  Type("Enter \"x\"");
+  ExpectOnlyTheFieldChanged("a new password over the old one");
+  Type("Esc");
 }
 
 TEST_F(EditorTest, OneOfPopUpPicksAShownOption) {
