@@ -28,6 +28,11 @@ bool IsStandardOrManufacturing(UINT16 DefaultId) {
          DefaultId == EFI_HII_DEFAULT_CLASS_MANUFACTURING;
 }
 
+bool IsOrderedListBuffer(const Statement *Question, const HiiValue *Value) {
+  return Question->Opcode == EFI_IFR_ORDERED_LIST_OP && Value->Type == EFI_IFR_TYPE_BUFFER &&
+         Question->ValueBuffer != nullptr;
+}
+
 EFI_STATUS DefaultFromRecords(FormSet *Set, Form *Owner, Statement *Question, UINT16 DefaultId,
                               bool *Found) {
   *Found = false;
@@ -38,6 +43,15 @@ EFI_STATUS DefaultFromRecords(FormSet *Set, Form *Owner, Statement *Question, UI
     }
     *Found = true;
     if (Default->ComputedValue == nullptr) {
+      if (IsOrderedListBuffer(Question, &Default->Value)) {
+        // The record's bytes are the containers in their order; the rest of the list is empty.
+        UINTN Bytes = Question->ValueBytes < sizeof(Default->Value.Value)
+                          ? Question->ValueBytes
+                          : sizeof(Default->Value.Value);
+        ZeroBytes(Question->ValueBuffer, Question->ValueBytes);
+        CopyBytes(Question->ValueBuffer, Default->Value.Value, Bytes);
+        return EFI_SUCCESS;
+      }
       Question->Value = Default->Value;
       return EFI_SUCCESS;
     }
@@ -93,7 +107,9 @@ EFI_STATUS FindQuestionDefault(FormSet *Set, Form *Owner, Statement *Question, U
   if (Found) {
     return Status;
   }
-  if (IsStandardOrManufacturing(DefaultId)) {
+  // An option flagged default is one value, and an ordered list's value is the whole order: the
+  // list takes its options in their order, as it does with no default at all.
+  if (IsStandardOrManufacturing(DefaultId) && Question->Opcode != EFI_IFR_ORDERED_LIST_OP) {
     LIST_FOR_EACH(Link, &Question->QuestionOptionList) {
       QuestionOption *Option = OptionFromLink(Link);
       if ((Option->Flags & OptionDefaultFlag(DefaultId)) != 0) {

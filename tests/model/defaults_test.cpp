@@ -49,8 +49,9 @@ protected:
     W.End();
     W.Numeric({1, 0, 0x13, 0, 0, 0}, EFI_IFR_NUMERIC_SIZE_8, 0x123456789ull, 0xFFFFFFFFFull, 1);
     W.OrderedList({1, 0, 0x14, 0, 0, 0}, 2, 0, true);
-    W.OneOfOption(1, 0, IfrValue::U8(4)).OneOfOption(1, 0, IfrValue::U8(5));
+    W.OneOfOption(1, 0, IfrValue::U8(4)).OneOfOption(1, EFI_IFR_OPTION_DEFAULT, IfrValue::U8(5));
     W.OneOfOption(1, 0, IfrValue::U8(6));
+    W.Default(EFI_HII_DEFAULT_CLASS_MANUFACTURING, IfrValue::Buffer({6, 4}));
     W.End();
     W.Numeric({1, 0, 0x15, 0, 0, 0}, EFI_IFR_NUMERIC_SIZE_1, 0, 9, 1, true);
     W.Default2(EFI_HII_DEFAULT_CLASS_STANDARD, EFI_IFR_TYPE_NUM_SIZE_8, true);
@@ -132,17 +133,20 @@ TEST_F(DefaultsTest, EachQuestionFindsItsDefaultInOrder) {
       << "a statement has no default";
 }
 
-TEST_F(DefaultsTest, AnOrderedListTakesItsOptionsInOrderUpToItsContainers) {
+// An option flagged default is no value for an ordered list: the list takes its options in
+// order up to its containers, as with no default; a default record gives the whole buffer.
+TEST_F(DefaultsTest, AnOrderedListTakesItsOptionsInOrderOrAWholeRecord) {
   Statement *List = QuestionById(Set, 0x14);
   ASSERT_EQ(Host().Pool().SizeOf(List->ValueBuffer), 2u);
-  List->ValueBuffer[0] = 0;
-  List->ValueBuffer[1] = 0;
+  auto Containers = [&] { return std::vector<UINT8>(List->ValueBuffer, List->ValueBuffer + 2); };
+  ZeroBytes(List->ValueBuffer, 2);
   Set->Loaded = 0;
-  ASSERT_EQ(FindQuestionDefault(Set, Main, List, 0), EFI_SUCCESS);
-  EXPECT_EQ(List->ValueBuffer[0], 4);
-  EXPECT_EQ(List->ValueBuffer[1], 5);
+  ASSERT_EQ(FindQuestionDefault(Set, Main, List, EFI_HII_DEFAULT_CLASS_STANDARD), EFI_SUCCESS);
+  EXPECT_EQ(Containers(), (std::vector<UINT8>{4, 5})) << "the flagged option is not the list";
   Set->Loaded = 1;
-  EXPECT_EQ(FindQuestionDefault(Set, Main, List, 0), EFI_NOT_FOUND);
+  EXPECT_EQ(FindQuestionDefault(Set, Main, List, EFI_HII_DEFAULT_CLASS_STANDARD), EFI_NOT_FOUND);
+  ASSERT_EQ(FindQuestionDefault(Set, Main, List, EFI_HII_DEFAULT_CLASS_MANUFACTURING), EFI_SUCCESS);
+  EXPECT_EQ(Containers(), (std::vector<UINT8>{6, 4}));
 }
 
 TEST_F(DefaultsTest, TheLoadAppliedTheStandardStore) {
