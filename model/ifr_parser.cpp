@@ -36,6 +36,10 @@ struct ParserState {
   bool DisableActive;
   UINT16 DisableDepth;
   bool OneOpcodeExpression;
+  // Operators that came with no expression open (a warning-if inside a question, which the
+  // browser does not act on) gather here, in no list, until the scope that holds them ends.
+  Expression *Orphan;
+  UINTN OrphanDepth;
   UINT32 StatementIndex;
   UINT32 OpcodeIndex;
 };
@@ -90,6 +94,32 @@ void DropPendingDisable() {
     ReleaseExpression(Current);
     Parser.CurrentExpression = nullptr;
   }
+}
+
+void DropOrphan() {
+  if (Parser.Orphan == nullptr) {
+    return;
+  }
+  if (Parser.CurrentExpression == Parser.Orphan) {
+    Parser.CurrentExpression = nullptr;
+  }
+  ReleaseExpression(Parser.Orphan);
+  Parser.Orphan = nullptr;
+}
+
+// Opens the orphan expression for an operator that found nothing open; its scope, if it has
+// one, is already on the stack, and the orphan lives until the scope around it ends.
+EFI_STATUS OpenOrphan(const Opcode &Op) {
+  if (Parser.Orphan == nullptr) {
+    Parser.Orphan = NewExpressionRecord();
+    if (Parser.Orphan == nullptr) {
+      return EFI_OUT_OF_RESOURCES;
+    }
+    UINTN Depth = ValueStackDepth(&ScopeStack);
+    Parser.OrphanDepth = Op.Scope && Depth > 0 ? Depth - 1 : Depth;
+  }
+  Parser.CurrentExpression = Parser.Orphan;
+  return EFI_SUCCESS;
 }
 
 EFI_STATUS MakeExpression(UINT8 Kind, Expression **Out) {
@@ -494,7 +524,10 @@ EFI_STATUS FinishDisableExpression(FormSet *Set) {
 
 EFI_STATUS ParseExpressionOpcode(FormSet *Set, const Opcode &Op) {
   if (Parser.CurrentExpression == nullptr) {
-    return EFI_INVALID_PARAMETER;
+    EFI_STATUS Status = OpenOrphan(Op);
+    if (EFI_ERROR(Status)) {
+      return Status;
+    }
   }
   if (Parser.OpcodeIndex >= Set->OpcodeCapacity) {
     return EFI_OUT_OF_RESOURCES;
@@ -927,6 +960,9 @@ EFI_STATUS ParseEnd(FormSet *Set, UINT32 Offset) {
     return Status;
   }
   UINT8 Closed = Popped.Value[0];
+  if (Parser.Orphan != nullptr && ValueStackDepth(&ScopeStack) < Parser.OrphanDepth) {
+    DropOrphan();
+  }
   switch (Closed) {
   case EFI_IFR_FORM_SET_OP:
     Set->IfrLength = Offset;
@@ -1160,6 +1196,7 @@ EFI_STATUS ReadFormSetOpcodes(FormSet *Set) {
       if (EFI_ERROR(Status)) {
         // A failed pop while skipping is returned at once, without a notice.
         DropPendingDisable();
+        DropOrphan();
         return Status;
       }
       continue;
@@ -1175,6 +1212,7 @@ EFI_STATUS ReadFormSetOpcodes(FormSet *Set) {
   }
 
   DropPendingDisable();
+  DropOrphan();
   if (EFI_ERROR(Status)) {
     ReportParseFailure(Set, LastOpcode, Status);
   }

@@ -2,6 +2,7 @@
 // the data, scopes that do not balance, conditions that do not evaluate. Each is refused with
 // its status and the parse-failure notice, and what was made is released.
 #include <cstdio>
+#include <functional>
 #include <vector>
 
 #include "model/ifr_parser.h"
@@ -163,8 +164,6 @@ TEST_F(ParserFailureTest, BrokenStructureIsRefused) {
        false, EFI_INVALID_PARAMETER, EFI_IFR_CHECKBOX_OP, true},
       {"a suppress-if outside a form", [](IfrWriter &W) { W.End().SuppressIf(true).True(); }, false,
        EFI_INVALID_PARAMETER, EFI_IFR_SUPPRESS_IF_OP, true},
-      {"an operator with no expression open", [](IfrWriter &W) { W.True(); }, true,
-       EFI_INVALID_PARAMETER, EFI_IFR_TRUE_OP, true},
       {"an option before any statement", [](IfrWriter &W) { W.OneOfOption(1, 0, IfrValue::U8(0)); },
        true, EFI_INVALID_PARAMETER, EFI_IFR_ONE_OF_OPTION_OP, true},
       {"a default before any statement", [](IfrWriter &W) { W.Default(0, IfrValue::U8(0)); }, true,
@@ -222,6 +221,56 @@ TEST_F(ParserFailureTest, BrokenStructureIsRefused) {
       EXPECT_TRUE(Notices.empty()) << Each.Name;
     }
     EXPECT_EQ(Result.Held, "") << Each.Name;
+  }
+}
+
+// Operators with no expression open, as compilers put a warning-if inside a question, are kept
+// apart and released when the scope around them ends: the form set opens, nothing is left
+// allocated, and what follows is read as usual.
+TEST_F(ParserFailureTest, OperatorsWithNothingOpenAreKeptApart) {
+  const struct {
+    const char *Name;
+    std::function<void(IfrWriter &)> Write;
+  } Cases[] = {
+      {"an operator on the form", [](IfrWriter &W) { W.True(); }},
+      {"a warning-if inside a numeric",
+       [](IfrWriter &W) {
+         W.Numeric({1, 2, 0x20, 0, 0, 0}, EFI_IFR_NUMERIC_SIZE_1, 0, 9, 1, true);
+         W.WarningIf(3, 0, true).EqIdVal(0x20, 5).Not().End();
+         W.End();
+       }},
+      {"a scoped operator inside a warning-if",
+       [](IfrWriter &W) {
+         W.Numeric({1, 2, 0x20, 0, 0, 0}, EFI_IFR_NUMERIC_SIZE_1, 0, 9, 1, true);
+         W.WarningIf(3, 0, true).Raw(EFI_IFR_TRUE_OP, {}, true).End().False().And().End();
+         W.End();
+       }},
+  };
+  for (const auto &Each : Cases) {
+    Renew();
+    Strings S;
+    IfrWriter W;
+    W.FormSet(SetGuid(), S.Add(u"Advisory"), 0, {}, true);
+    W.Form(1, S.Add(u"Page"), true);
+    Each.Write(W);
+    W.SuppressIf(true).True();
+    W.Text(1, 2);
+    W.End();
+    W.End().End();
+    PublishedFormSet &Published = PublishSet(W, S);
+    StartHost();
+    Notices.clear();
+    UINTN Mark = PoolMark();
+    FormSet *Set = nullptr;
+    ASSERT_EQ(LoadSet(Published.Handle, SetGuid(), &Set), EFI_SUCCESS) << Each.Name;
+    EXPECT_TRUE(Notices.empty()) << Each.Name;
+    Form *Page = FormAt(Set, 0);
+    Statement *Last = StatementAt(Page, CountOf(&Page->StatementList) - 1);
+    ASSERT_NE(Last->SuppressCondition, nullptr) << Each.Name;
+    EXPECT_EQ(CountOf(&Last->SuppressCondition->OpcodeList), 1u)
+        << Each.Name << ": the suppress-if holds its own operator only";
+    ReleaseFormSet(Set);
+    EXPECT_EQ(HeldSince(Mark), "") << Each.Name;
   }
 }
 
