@@ -248,10 +248,6 @@ void ResetEditorState() {
   LoadDefaultsRequested = 0;
 }
 
-bool OptionIsSuppressed(const QuestionOption *Option) {
-  return Option->SuppressCondition != nullptr && HiiValueIsTrue(&Option->SuppressCondition->Result);
-}
-
 QuestionOption *FindOptionByValue(Statement *Question, const HiiValue *Value) {
   LIST_FOR_EACH(Link, &Question->QuestionOptionList) {
     QuestionOption *Option = OptionFromLink(Link);

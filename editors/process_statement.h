@@ -18,8 +18,6 @@ UINT64 NumberLimit(const Statement *Question);
 
 // The first option whose value compares equal, or null.
 QuestionOption *FindOptionByValue(Statement *Question, const HiiValue *Value);
-// True when the option's suppress-if held at the last evaluation.
-bool OptionIsSuppressed(const QuestionOption *Option);
 
 // Byte 6 of the variable "System": not 0 lets the layout colour a highlighted prompt.
 UINT8 HighlightFromLayout();

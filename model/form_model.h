@@ -238,6 +238,11 @@ inline ExpressionOpcode *ExpressionOpcodeFromLink(ListLink *Link) {
   return LIST_RECORD(Link, ExpressionOpcode, Link);
 }
 
+// True when the option's suppress-if held at the last evaluation.
+inline bool OptionIsSuppressed(const QuestionOption *Option) {
+  return Option->SuppressCondition != nullptr && HiiValueIsTrue(&Option->SuppressCondition->Result);
+}
+
 // Look-ups. They return pointers into the model or null, and own nothing.
 
 // The first statement of the form with that question id; null for id 0. When a driver has

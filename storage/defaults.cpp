@@ -43,16 +43,16 @@ EFI_STATUS DefaultFromRecords(FormSet *Set, Form *Owner, Statement *Question, UI
     }
     *Found = true;
     if (Default->ComputedValue == nullptr) {
+      Question->Value = Default->Value;
       if (IsOrderedListBuffer(Question, &Default->Value)) {
-        // The record's bytes are the containers in their order; the rest of the list is empty.
+        // The record's bytes are the containers in their order, the rest of the list empty: a
+        // request for defaults writes the list from here, not from Value.
         UINTN Bytes = Question->ValueBytes < sizeof(Default->Value.Value)
                           ? Question->ValueBytes
                           : sizeof(Default->Value.Value);
         ZeroBytes(Question->ValueBuffer, Question->ValueBytes);
         CopyBytes(Question->ValueBuffer, Default->Value.Value, Bytes);
-        return EFI_SUCCESS;
       }
-      Question->Value = Default->Value;
       return EFI_SUCCESS;
     }
     EFI_STATUS Status = EvaluateExpression(Set, Owner, Default->ComputedValue);
@@ -68,6 +68,28 @@ EFI_STATUS DefaultFromRecords(FormSet *Set, Form *Owner, Statement *Question, UI
     return EFI_SUCCESS;
   }
   return EFI_SUCCESS;
+}
+
+// A flagged option is one value, and an ordered list's value is the whole order: a list with a
+// default flag on any option takes its shown options in their order. Value carries the first
+// containers too, for the paint that copies a list's default from there.
+void FillWithShownOptions(Statement *Question) {
+  if (Question->ValueBuffer == nullptr) {
+    return;
+  }
+  ZeroBytes(Question->ValueBuffer, Question->ValueBytes);
+  UINTN Limit = Question->MaxContainers < Question->ValueBytes ? Question->MaxContainers
+                                                               : Question->ValueBytes;
+  UINTN Count = 0;
+  LIST_FOR_EACH(Link, &Question->QuestionOptionList) {
+    QuestionOption *Option = OptionFromLink(Link);
+    if (Count < Limit && !OptionIsSuppressed(Option)) {
+      Question->ValueBuffer[Count++] = Option->Value.Value[0];
+    }
+  }
+  UINTN Head = Count < sizeof(Question->Value.Value) ? Count : sizeof(Question->Value.Value);
+  ZeroBytes(Question->Value.Value, sizeof(Question->Value.Value));
+  CopyBytes(Question->Value.Value, Question->ValueBuffer, Head);
 }
 
 // What a question starts with when a form set loads and nothing else gives it a value.
@@ -107,15 +129,18 @@ EFI_STATUS FindQuestionDefault(FormSet *Set, Form *Owner, Statement *Question, U
   if (Found) {
     return Status;
   }
-  // An option flagged default is one value, and an ordered list's value is the whole order: the
-  // list takes its options in their order, as it does with no default at all.
-  if (IsStandardOrManufacturing(DefaultId) && Question->Opcode != EFI_IFR_ORDERED_LIST_OP) {
+  if (IsStandardOrManufacturing(DefaultId)) {
     LIST_FOR_EACH(Link, &Question->QuestionOptionList) {
       QuestionOption *Option = OptionFromLink(Link);
-      if ((Option->Flags & OptionDefaultFlag(DefaultId)) != 0) {
-        CopyBytes(Question->Value.Value, Option->Value.Value, sizeof(Question->Value.Value));
-        return EFI_SUCCESS;
+      if ((Option->Flags & OptionDefaultFlag(DefaultId)) == 0) {
+        continue;
       }
+      if (Question->Opcode == EFI_IFR_ORDERED_LIST_OP) {
+        FillWithShownOptions(Question);
+      } else {
+        CopyBytes(Question->Value.Value, Option->Value.Value, sizeof(Question->Value.Value));
+      }
+      return EFI_SUCCESS;
     }
     if (Question->Opcode == EFI_IFR_CHECKBOX_OP) {
       SetHiiValueNumber(&Question->Value, Question->Value.Type,

@@ -133,19 +133,21 @@ TEST_F(DefaultsTest, EachQuestionFindsItsDefaultInOrder) {
       << "a statement has no default";
 }
 
-// An option flagged default is no value for an ordered list: the list takes its options in
-// order up to its containers, as with no default; a default record gives the whole buffer.
+// An option flagged default is no value for an ordered list: a list with a flagged option
+// takes its options in order up to its containers, loaded or not; a default record gives the
+// whole buffer.
 TEST_F(DefaultsTest, AnOrderedListTakesItsOptionsInOrderOrAWholeRecord) {
   Statement *List = QuestionById(Set, 0x14);
   ASSERT_EQ(Host().Pool().SizeOf(List->ValueBuffer), 2u);
   auto Containers = [&] { return std::vector<UINT8>(List->ValueBuffer, List->ValueBuffer + 2); };
-  ZeroBytes(List->ValueBuffer, 2);
-  Set->Loaded = 0;
-  ASSERT_EQ(FindQuestionDefault(Set, Main, List, EFI_HII_DEFAULT_CLASS_STANDARD), EFI_SUCCESS);
-  EXPECT_EQ(Containers(), (std::vector<UINT8>{4, 5})) << "the flagged option is not the list";
-  Set->Loaded = 1;
-  EXPECT_EQ(FindQuestionDefault(Set, Main, List, EFI_HII_DEFAULT_CLASS_STANDARD), EFI_NOT_FOUND);
-  ASSERT_EQ(FindQuestionDefault(Set, Main, List, EFI_HII_DEFAULT_CLASS_MANUFACTURING), EFI_SUCCESS);
+  for (UINT8 Loaded : {0, 1}) {
+    ZeroBytes(List->ValueBuffer, 2);
+    Set->Loaded = Loaded;
+    ASSERT_EQ(FindQuestionDefault(Set, Main, List, EFI_HII_DEFAULT_CLASS_STANDARD), EFI_SUCCESS);
+    EXPECT_EQ(Containers(), (std::vector<UINT8>{4, 5})) << "the flagged option is not the list";
+  }
+  ASSERT_EQ(FindQuestionDefault(Set, Main, List, EFI_HII_DEFAULT_CLASS_MANUFACTURING),
+            EFI_SUCCESS);
   EXPECT_EQ(Containers(), (std::vector<UINT8>{6, 4}));
 }
 

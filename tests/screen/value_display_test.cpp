@@ -179,7 +179,7 @@ TEST_F(ValueDisplayTest, OrderedListRows) {
   IfrWriter W;
   EFI_STRING_ID Title = S.Add(u"Lists");
   W.FormSet(TestGuid(1), Title, S.Add(u"Help"), {}, true);
-  W.VarStore(TestGuid(1), 1, 16, "Data");
+  W.VarStore(TestGuid(1), 1, 20, "Data");
   W.DefaultStore(S.Add(u"Standard"), EFI_HII_DEFAULT_CLASS_STANDARD);
   W.Form(1, Title, true);
   auto Three = [&](bool HideSecond) {
@@ -210,8 +210,14 @@ TEST_F(ValueDisplayTest, OrderedListRows) {
   W.OneOfOption(S.Add(u"Padded   "), 0, IfrValue::U8(5));
   W.OneOfOption(S.Add(u"Other"), 0, IfrValue::U8(6));
   W.End();
+  // An option flagged default is no value for a list: the list takes its options in order.
+  W.OrderedList({S.Add(u"Flagged"), S.Add(u"A list"), 0x15, 1, 14, 0}, 3, 0, true);
+  W.OneOfOption(S.Add(u"Alpha"), 0, IfrValue::U8(1));
+  W.OneOfOption(S.Add(u"Beta"), EFI_IFR_OPTION_DEFAULT, IfrValue::U8(2));
+  W.OneOfOption(S.Add(u"Gamma"), 0, IfrValue::U8(3));
+  W.End();
   W.End().End();
-  PublishForms(1, W, S, 16);
+  PublishForms(1, W, S, 20);
   std::vector<uint8_t> &Driver = *Published[0]->Driver->Buffer(TestGuid(1), u"Data");
   const uint8_t Stored[] = {1, 3, 2, 1, 9, 2, 0, 0, 0, 0, 0, 0, 6, 5};
   std::copy(std::begin(Stored), std::end(Stored), Driver.begin());
@@ -223,15 +229,18 @@ TEST_F(ValueDisplayTest, OrderedListRows) {
   EXPECT_EQ(ValueOf(u"Defaulted", 18), u"[First]");
   EXPECT_EQ(ValueOf(u"Empty", 18), u"[]");
   EXPECT_EQ(ValueOf(u"Trimmed", 18), u"[Padded]");
+  EXPECT_EQ(ValueOf(u"Flagged", 18), u"[Gamma]");
   struct Buffer {
     EFI_QUESTION_ID Id;
     std::vector<UINT8> Value;
   };
-  for (const Buffer &Each : {Buffer{0x10, {1, 3, 2}}, Buffer{0x11, {1, 2, 3}},
-                             Buffer{0x12, {2, 3, 1}}, Buffer{0x13, {0, 0, 0}}}) {
+  for (const Buffer &Each :
+       {Buffer{0x10, {1, 3, 2}}, Buffer{0x11, {1, 2, 3}}, Buffer{0x12, {2, 3, 1}},
+        Buffer{0x13, {0, 0, 0}}, Buffer{0x15, {1, 2, 3}}}) {
     Statement *List = Question(Each.Id);
     ASSERT_NE(List, nullptr);
-    EXPECT_EQ(std::vector<UINT8>(List->ValueBuffer, List->ValueBuffer + 3), Each.Value)
+    EXPECT_EQ(std::vector<UINT8>(List->ValueBuffer, List->ValueBuffer + Each.Value.size()),
+              Each.Value)
         << std::hex << Each.Id;
   }
   // The list made over is written to the edit copy.
