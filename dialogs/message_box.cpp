@@ -245,6 +245,22 @@ Done:
   return Result;
 }
 
+// A box in a given rectangle keeps its size, so the rectangle must lie on the screen and hold
+// the frame, the title with its rule, a row of text and, with buttons, their two rows: a smaller
+// one would put the text rows before the first one and paint past the box.
+bool RectHoldsBox(const UINT32 *Rect, const ScreenRect &Screen, UINT32 ButtonCount) {
+  UINT32 Left = Rect[0];
+  UINT32 Right = Rect[1];
+  UINT32 Top = Rect[2];
+  UINT32 Bottom = Rect[3];
+  if (Left > Right || Top > Bottom || Left < Screen.Left || Right > Screen.Right ||
+      Top < Screen.Top || Bottom > Screen.Bottom) {
+    return false;
+  }
+  UINT32 Rows = ButtonCount > 0 ? 7 : 5;
+  return Bottom - Top + 1 >= Rows && Right - Left + 1 >= 4;
+}
+
 } // namespace
 
 void ResetDialogState() {
@@ -277,6 +293,9 @@ UINT32 RunMessageBox(const UINT32 *Rect, MessageBoxRequest *Request) {
   UINT32 H = Span(Screen.Top, Screen.Bottom);
   // A screen this small has no room for any box.
   if (W < 8 || H < 8) {
+    return MESSAGE_BOX_NO_CHOICE;
+  }
+  if (Rect != nullptr && !RectHoldsBox(Rect, Screen, Request->ButtonCount)) {
     return MESSAGE_BOX_NO_CHOICE;
   }
   MessageBoxActive = true;

@@ -3,6 +3,7 @@
 // to, the reason of a global notification, the dialogs, the screen areas), and BrowserCallback
 // of the form browser protocol on the varstores' edit copies.
 #include <cstring>
+#include <array>
 #include <functional>
 
 #include "core/browser_context.h"
@@ -44,6 +45,11 @@ protected:
   std::function<void(EFI_BROWSER_ACTION, EFI_QUESTION_ID, EFI_IFR_TYPE_VALUE *)> OnCallback;
   // Run once by the next Changing Callback of the Ask action.
   std::function<void()> Inside;
+
+  UINT32 CustomBoxIn(std::array<UINT32, 4> Rect, const CHAR16 **Buttons, UINT32 ButtonCount) {
+    return Services->ShowCustomMessageBox(u"Placed", u"Some text", Rect.data(), 0xF1, ButtonCount,
+                                          0, Buttons);
+  }
 
   void SetUp() override {
     BrowserTest::SetUp();
@@ -396,6 +402,28 @@ TEST_F(ServicesTest, OkAndCustomBoxesAndRefusedRequests) {
        0},
       {"no lines", [&] { return Services->ShowSimpleMessageBox(nullptr, 0, 1, nullptr, 1, 1); },
        nullptr, 0},
+      // A given rectangle must hold the frame, the title and its rule, a row of text and, with
+      // buttons, the button row; nothing is painted outside it.
+      {"a rectangle of three rows with a button",
+       [&] {
+         return CustomBoxIn({4, 40, 0, 2}, Buttons, 1);
+       },
+       nullptr, 0xFFFFFFFFu},
+      {"a rectangle with no row for text",
+       [&] {
+         return CustomBoxIn({4, 40, 6, 9}, nullptr, 0);
+       },
+       nullptr, 0xFFFFFFFFu},
+      {"a rectangle upside down",
+       [&] {
+         return CustomBoxIn({40, 4, 6, 14}, nullptr, 0);
+       },
+       nullptr, 0xFFFFFFFFu},
+      {"a rectangle below the screen",
+       [&] {
+         return CustomBoxIn({4, 40, 20, 30}, nullptr, 0);
+       },
+       nullptr, 0xFFFFFFFFu},
   };
   for (const Case &Each : Cases) {
     UINT32 Result = 1234;
@@ -413,6 +441,9 @@ TEST_F(ServicesTest, OkAndCustomBoxesAndRefusedRequests) {
     }
     EXPECT_TRUE(Returned) << Each.Name;
     EXPECT_EQ(Result, Each.Expected) << Each.Name;
+    if (Each.Keys == nullptr) {
+      EXPECT_EQ(ScreenText(), Before) << Each.Name << ": nothing is painted";
+    }
   }
 }
 
