@@ -129,17 +129,22 @@ void DrawJoinedFrames() {
                  BOXDRAW_HORIZONTAL, BOXDRAW_VERTICAL_RIGHT, BOXDRAW_VERTICAL_LEFT);
 }
 
-EFI_STATUS PaintHelpTitle(UINTN Attribute) {
+// The title is printed on every second paint, and always when the help area was just cleared:
+// a paint that skipped it then would leave the help without its title until the next one.
+EFI_STATUS PaintHelpTitle(UINTN Attribute, bool AreaCleared) {
   const ScreenArea &Help = Browser->HelpArea;
   const CHAR16 *Title = DisplayString(STRING_HELP_TITLE);
-  if (LastHelpTitle == Title) {
+  if (LastHelpTitle == Title && !AreaCleared) {
     LastHelpTitle = nullptr;
     return EFI_SUCCESS;
   }
   LastHelpTitle = Title;
   UINT32 ClientWidth = Width(Help.Client);
-  CHAR16 *Line = static_cast<CHAR16 *>(AllocateZeroedPool((ClientWidth + 1) * sizeof(CHAR16)));
   CHAR16 *Text = StrDuplicate(Title != nullptr ? Title : u"");
+  // Sized by characters: the cut text may hold characters of no width besides its cells.
+  CHAR16 *Line = Text != nullptr ? static_cast<CHAR16 *>(AllocateZeroedPool(
+                                       (ClientWidth + StrLength(Text) + 1) * sizeof(CHAR16)))
+                                 : nullptr;
   if (Line == nullptr || Text == nullptr) {
     FreePoolIfSet(Line);
     FreePoolIfSet(Text);
@@ -231,7 +236,7 @@ EFI_STATUS PaintFormBody(UiSelection *Selection, UINT32 Repaint) {
     }
   }
   if (Help.Row != nullptr) {
-    EFI_STATUS Status = PaintHelpTitle(FrameAttribute);
+    EFI_STATUS Status = PaintHelpTitle(FrameAttribute, Repaint != PAINT_CHANGED);
     if (EFI_ERROR(Status)) {
       FreeMenuOptions();
       return Status;

@@ -151,6 +151,15 @@ TEST_F(PaintTest, TheHelpTitleIsPrintedOnEverySecondPaint) {
   EXPECT_EQ(ColumnOf(3, u"Item Specific Help"), 58) << ScreenText();
 }
 
+// Width controls take no cell: a title full of them has more characters than the help's width.
+TEST_F(PaintTest, AHelpTitleWithCharactersOfNoWidth) {
+  SetBuiltinString(STRING_HELP_TITLE, std::u16string(40, NARROW_CHAR) + u"Notes");
+  Toggles(1);
+  Send(Handles());
+  ASSERT_TRUE(Waiting());
+  EXPECT_EQ(ColumnOf(3, u"Notes"), 64) << ScreenText();
+}
+
 TEST_F(PaintTest, TheTitleStandsWhereItsAlignmentSays) {
   struct Case {
     UINT16 Alignment;
@@ -231,6 +240,18 @@ TEST_F(PaintTest, BackFromASubFormOfAStyleWithoutMargin) {
   EXPECT_EQ(CharAt(54, 4), u'├') << "the help area's rule is whole again";
   Type("Home");
   EXPECT_EQ(ScreenRows(), TopForm) << ScreenText();
+}
+
+// The help title stands whenever the help area is painted: on a style without margin every
+// change of value paints the help area anew.
+TEST_F(PaintTest, TheHelpTitleStaysThroughValueChanges) {
+  Toggles(1, 0, 1);
+  Send(Handles());
+  ASSERT_TRUE(Waiting());
+  for (const char *Keys : {"", "Enter", "Enter", "Down", "Enter Esc"}) {
+    Type(Keys);
+    EXPECT_NE(ColumnOf(3, u"Item Specific Help"), -1) << "after '" << Keys << "'\n" << ScreenText();
+  }
 }
 
 // With more tabs than the bar holds, "<" and ">" tell of the hidden ones, in the bar's own
