@@ -338,7 +338,8 @@ void RecolorCells(UINT32 Left, UINT32 Right, UINT32 Top, UINT32 Bottom, UINTN At
   const EFI_GRAPHICS_OUTPUT_BLT_PIXEL &Ink = ScreenColors[8];
   for (UINT32 CellRow = 0; CellRow < Record.Height; CellRow++) {
     for (UINT32 Cell = 0; Cell < Record.Width; Cell++) {
-      // The first pixel of a cell is the background of what stands there.
+      // The first pixel of each cell is the background of what stands there. The first pixel of
+      // the cell row would not do: a cell of another ground would turn to a block of ink.
       EFI_GRAPHICS_OUTPUT_BLT_PIXEL Background =
           Record.Buffer[static_cast<UINTN>(CellRow * CellHeight) * PixelWidth + Cell * CellWidth];
       for (UINT32 Y = 0; Y < CellHeight; Y++) {

@@ -166,6 +166,24 @@ TEST_F(TextOutputTest, ALongTextIntoTheLastCellOfAWideConsole) {
   EXPECT_EQ(Cells(0), FirstRow) << "the screen scrolled";
 }
 
+// A shadow over cells of different grounds keeps each one's text legible: every cell's own
+// first pixel is its ground, not the first pixel of the cell row, which would turn a cell of
+// another ground into a solid block of ink.
+TEST_F(TextOutputTest, AShadowKeepsTheTextOfEachCellLegible) {
+  SmallForm();
+  Send(Handles());
+  ASSERT_TRUE(Waiting());
+  SetAttribute(EFI_WHITE | EFI_BACKGROUND_BLUE);
+  PrintConstAt(10, 5, u"A");
+  SetAttribute(EFI_BLACK | EFI_BACKGROUND_LIGHTGRAY);
+  PrintConstAt(11, 5, u"B");
+  RecolorCells(10, 12, 5, 6, EFI_DARKGRAY);
+  for (UINT32 Column : {10u, 11u}) {
+    EXPECT_EQ(CharAt(Column, 5), Column == 10 ? u'A' : u'B') << Column;
+    EXPECT_EQ(AttributeAt(Column, 5), EFI_DARKGRAY) << "dark grey ink on black, column " << Column;
+  }
+}
+
 // Without a graphics output the console's own mode bounds the text; nothing is saved, nothing
 // shadowed, and the browser runs as before.
 TEST_F(TextOutputTest, WithoutGraphicsOutput) {
