@@ -301,6 +301,49 @@ TEST_F(ActionTest, F10InAPopUpAsksOnceThePopUpHasClosed) {
   EXPECT_EQ(Main->Driver->RouteCount, 0u);
 }
 
+// F9 and F10 end the number editor and close the option pop-up: the value typed or highlighted
+// is taken first, then the form asks. A style that refuses defaults takes the typed number and
+// asks nothing; its pop-up moves the highlight up instead.
+TEST_F(ActionTest, F9AndF10InsideTheNumberEditorAndThePopUp) {
+  struct Case {
+    const char *Name;
+    UINT16 SubClass;
+    EFI_QUESTION_ID Question;
+    const char *Keys;
+    const char *Asks; // the confirmation shown, or null for none
+    const char *FanSpeed;
+    const char *Language;
+  };
+  const char *Save = "Save configuration changes and exit now?";
+  const char *Defaults = "Load default configuration now?";
+  const Case Cases[] = {
+      {"F10 in the number", 0, FanSpeed, "\"7\" F10", Save, "7", "English"},
+      {"F9 in the number", 0, FanSpeed, "\"7\" F9", Defaults, "7", "English"},
+      {"F10 in the pop-up", 0, Language, "Enter Down F10", Save, "0", "French"},
+      {"F9 in the pop-up", 0, Language, "Enter Down F9", Defaults, "0", "French"},
+      {"refused F10 in the number", 1, FanSpeed, "\"7\" F10", nullptr, "7", "English"},
+      {"refused F9 in the number", 1, FanSpeed, "\"7\" F9", nullptr, "7", "English"},
+      {"refused F9 in the pop-up", 1, Language, "Enter Down F9 Enter", nullptr, "0", "English"},
+      {"refused F10 in the pop-up", 1, Language, "Enter Down F10 Enter", nullptr, "0", "English"},
+  };
+  for (const Case &Each : Cases) {
+    Restart(tools::SessionOptions());
+    PublishWorld(Each.SubClass);
+    SendWorld();
+    MoveTo(Each.Question);
+    Type(Each.Keys);
+    ASSERT_TRUE(Waiting()) << Each.Name;
+    if (Each.Asks != nullptr) {
+      EXPECT_TRUE(Shows(Each.Asks)) << Each.Name << "\n" << ScreenText();
+      Type("Right Enter");
+    } else {
+      EXPECT_FALSE(Shows(Save) || Shows(Defaults)) << Each.Name << "\n" << ScreenText();
+    }
+    EXPECT_EQ(ValueOf("Fan Speed"), Each.FanSpeed) << Each.Name << "\n" << ScreenText();
+    EXPECT_EQ(ValueOf("Language"), Each.Language) << Each.Name;
+  }
+}
+
 TEST_F(ActionTest, OnlyTheChangedCallbacksRequestIsActedOn) {
   RequestOn = EFI_BROWSER_ACTION_CHANGING;
   SendWorld();

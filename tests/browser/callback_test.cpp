@@ -15,6 +15,7 @@ enum : EFI_QUESTION_ID {
   Mode = 0x10,   // one-of with storage whose third option breaks a rule
   ToTwo = 0x12,  // reference to form 2
   ToMode = 0x13, // reference to Mode on the same form
+  Secret = 0x14, // password the driver hears, refused by a rule that always holds
   Two = 0x20,    // checkbox on form 2
 };
 
@@ -22,7 +23,7 @@ enum : EFI_QUESTION_ID {
 std::string Word(const host::CallbackCall &Call) {
   static const char *const Actions[] = {"Changing", "Changed", "Retrieve", "Open", "Close"};
   static const std::pair<EFI_QUESTION_ID, const char *> Names[] = {
-      {Mode, "Mode"}, {ToTwo, "ToTwo"}, {ToMode, "ToMode"}, {Two, "Two"}};
+      {Mode, "Mode"}, {ToTwo, "ToTwo"}, {ToMode, "ToMode"}, {Two, "Two"}, {Secret, "Secret"}};
   std::string Name = "?";
   for (const auto &[Id, Text] : Names) {
     Name = Id == Call.QuestionId ? Text : Name;
@@ -41,7 +42,7 @@ protected:
     EFI_STRING_ID Title = S.Add(u"Callbacks");
     IfrWriter W;
     W.FormSet(TestGuid(1), Title, S.Add(u"Help"), {}, true);
-    W.VarStore(TestGuid(1), 1, 4, "Data");
+    W.VarStore(TestGuid(1), 1, 12, "Data");
     W.Form(1, Title, true);
     W.OneOf({S.Add(u"Mode"), S.Add(u"One of two"), Mode, 1, 0, EFI_IFR_FLAG_CALLBACK},
             EFI_IFR_NUMERIC_SIZE_1, 0, 1, 0, true);
@@ -55,12 +56,16 @@ protected:
     W.Ref({S.Add(u"To Two"), S.Add(u"Form 2"), ToTwo, 0, 0, EFI_IFR_FLAG_CALLBACK}, 2);
     W.Ref2({S.Add(u"To Mode"), S.Add(u"Mode on this form"), ToMode, 0, 0, EFI_IFR_FLAG_CALLBACK}, 0,
            Mode);
+    W.Password({S.Add(u"Secret"), S.Add(u"Never accepted"), Secret, 1, 4, EFI_IFR_FLAG_CALLBACK}, 0,
+               4, true);
+    W.InconsistentIf(S.Add(u"No password is good enough"), true).True().End();
+    W.End();
     W.End();
     W.Form(2, S.Add(u"Form Two"), true);
     W.Checkbox({S.Add(u"Two"), S.Add(u"On form 2"), Two, 1, 3, EFI_IFR_FLAG_CALLBACK});
     W.End().End();
     Set = &Publish(W, S, TestGuid(1));
-    Set->Driver->AddBufferStorage(TestGuid(1), u"Data", {0, 0, 5, 0});
+    Set->Driver->AddBufferStorage(TestGuid(1), u"Data", {0, 0, 5, 0, 0, 0, 0, 0, 0, 0, 0, 0});
     Set->Driver->OnCallback = [this](EFI_BROWSER_ACTION Action, EFI_QUESTION_ID, UINT8,
                                      EFI_IFR_TYPE_VALUE *, EFI_BROWSER_ACTION_REQUEST *) {
       return Action == EFI_BROWSER_ACTION_CHANGING ? ChangingAnswer : EFI_SUCCESS;
@@ -81,7 +86,7 @@ protected:
 };
 
 TEST_F(CallbackTest, WhatTheDriverHears) {
-  const std::string FormOneCloses = "Close Mode, Close ToTwo, Close ToMode";
+  const std::string FormOneCloses = "Close Mode, Close ToTwo, Close ToMode, Close Secret";
   struct Case {
     const char *Name;
     EFI_STATUS ChangingAnswer;
@@ -113,6 +118,19 @@ TEST_F(CallbackTest, WhatTheDriverHears) {
     Type("F10 Enter");
     ASSERT_TRUE(Finished()) << ScreenText();
   }
+  // A password goes to the driver before its rules are checked; refused, it is wiped.
+  Send({Set->Handle});
+  size_t Before = Set->Driver->Calls.size();
+  Type("Down Down Down \"pw\" Enter");
+  EXPECT_EQ(Heard(Before), "Changed Secret");
+  EXPECT_TRUE(Shows("No password is good enough")) << ScreenText();
+  Type("Enter");
+  EXPECT_EQ(Highlighted(), Secret);
+  Statement *Password = Question(Secret);
+  EXPECT_EQ(std::vector<UINT8>(Password->ValueBuffer, Password->ValueBuffer + 8),
+            std::vector<UINT8>(8, 0));
+  Type("F10 Enter");
+  ASSERT_TRUE(Finished()) << ScreenText();
   // The rule put the old value back, and the save that ended the last case stored it.
   EXPECT_EQ((*Set->Driver->Buffer(TestGuid(1), u"Data"))[0], 1);
 }
