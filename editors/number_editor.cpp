@@ -176,12 +176,17 @@ void Digit(NumberEdit *Edit, CHAR16 Character) {
     }
     return;
   }
+  // A digit that would carry the number past 64 bits wraps it to a small value that may pass
+  // the test against High: it counts as above High.
+  constexpr UINT64 Largest = ~static_cast<UINT64>(0);
+  bool Overflows = Edit->Count != 0 &&
+                   (Edit->IsHex ? (Edit->Work >> 60) != 0 : Edit->Work > (Largest - Digit) / 10);
   if (Edit->Count == 0) {
     Edit->Work = Digit;
-  } else {
+  } else if (!Overflows) {
     Edit->Work = Edit->IsHex ? (Edit->Work << 4) + Digit : Edit->Work * 10 + Digit;
   }
-  if (Edit->Work > Edit->High) {
+  if (Overflows || Edit->Work > Edit->High) {
     // A date or time field beeps; a number drops the digit silently.
     if (Edit->IsDateTime) {
       Beep();

@@ -28,6 +28,7 @@ enum : EFI_QUESTION_ID {
   Choice,       // a one-of of three options, the second suppressed
   Order,        // an ordered list of three
   LongSecret,   // a password of up to 40 characters, wider than its field
+  Huge,         // a 64-bit number up to the largest there is
 };
 
 // Offsets in the varstore.
@@ -42,6 +43,7 @@ enum : UINT16 {
   ChoiceAt = 52,
   OrderAt = 53,
   LongSecretAt = 64,
+  HugeAt = 144,
 };
 
 class EditorTest : public BrowserTest {
@@ -86,6 +88,8 @@ protected:
     W.End();
     W.Password({S.Add(u"Long secret"), S.Add(u"Up to forty"), LongSecret, Store, LongSecretAt, 0},
                0, 40);
+    W.Numeric({S.Add(u"Huge"), S.Add(u"Sixty-four bits"), Huge, Store, HugeAt, 0},
+              EFI_IFR_NUMERIC_SIZE_8, 0, ~0ull, 0);
     W.End().End();
     Set = &Publish(W, S, TestGuid(1));
     std::vector<uint8_t> Bytes(StoreSize, 0);
@@ -181,6 +185,15 @@ TEST_F(EditorTest, NumbersTypedDigitByDigit) {
   GoTo(Limit);
   Type("\"77\" Esc");
   EXPECT_EQ(Number(Limit), 77u);
+
+  // Digits past the largest 64-bit number are dropped, not wrapped around; leading zeros stop
+  // at 21 digits.
+  GoTo(Huge);
+  Type("\"" + std::string(25, '9') + "\" Enter");
+  EXPECT_EQ(Number(Huge), 9999999999999999999ull);
+  GoTo(Huge);
+  Type("\"" + std::string(25, '0') + "7\" Enter");
+  EXPECT_EQ(Number(Huge), 0u);
 }
 
 TEST_F(EditorTest, HexadecimalNumbers) {
