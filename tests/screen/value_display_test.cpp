@@ -170,6 +170,17 @@ TEST_F(ValueDisplayTest, AOneOfRepairsAValueNoVisibleOptionMatches) {
     EXPECT_EQ(One->Storage->StoredCopy[Index], Each.Stored) << Utf8(Each.Prompt);
     EXPECT_EQ(Driver[Index], Each.Stored) << "the driver hears of nothing yet";
   }
+  // With every option suppressed the pop-up and the steps have nothing to choose: the value
+  // stays, and nothing is read past the list.
+  Type("Down Down Down Down");
+  Statement *Hidden = Question(0x14);
+  ASSERT_EQ(Browser->Selection->Statement, Hidden) << ScreenText();
+  for (const char *Keys : {"Enter Enter", "Enter Down Enter", "Enter Esc", "\"+\"", "\"-\""}) {
+    Type(Keys);
+    ASSERT_TRUE(Waiting()) << Keys;
+    EXPECT_EQ(Hidden->Value.Value[0], 2) << Keys;
+    EXPECT_EQ(ValueOf(u"All hidden, found", 23), u"[]") << Keys << "\n" << ScreenText();
+  }
 }
 
 // An ordered list shows the text of its last container that is not suppressed; an empty list
@@ -216,10 +227,16 @@ TEST_F(ValueDisplayTest, OrderedListRows) {
   W.OneOfOption(S.Add(u"Beta"), EFI_IFR_OPTION_DEFAULT, IfrValue::U8(2));
   W.OneOfOption(S.Add(u"Gamma"), 0, IfrValue::U8(3));
   W.End();
+  // Options of 16-bit values still take one byte a container.
+  W.OrderedList({S.Add(u"Wide values"), S.Add(u"A list"), 0x16, 1, 17, 0}, 3, 0, true);
+  W.OneOfOption(S.Add(u"Uno"), 0, IfrValue::U16(1));
+  W.OneOfOption(S.Add(u"Dos"), 0, IfrValue::U16(2));
+  W.OneOfOption(S.Add(u"Tres"), 0, IfrValue::U16(3));
+  W.End();
   W.End().End();
   PublishForms(1, W, S, 20);
   std::vector<uint8_t> &Driver = *Published[0]->Driver->Buffer(TestGuid(1), u"Data");
-  const uint8_t Stored[] = {1, 3, 2, 1, 9, 2, 0, 0, 0, 0, 0, 0, 6, 5};
+  const uint8_t Stored[] = {1, 3, 2, 1, 9, 2, 0, 0, 0, 0, 0, 0, 6, 5, 0, 0, 0, 3, 1, 2};
   std::copy(std::begin(Stored), std::end(Stored), Driver.begin());
   Send(Handles());
   ASSERT_TRUE(Waiting());
@@ -230,6 +247,7 @@ TEST_F(ValueDisplayTest, OrderedListRows) {
   EXPECT_EQ(ValueOf(u"Empty", 18), u"[]");
   EXPECT_EQ(ValueOf(u"Trimmed", 18), u"[Padded]");
   EXPECT_EQ(ValueOf(u"Flagged", 18), u"[Gamma]");
+  EXPECT_EQ(ValueOf(u"Wide values", 18), u"[Dos]");
   struct Buffer {
     EFI_QUESTION_ID Id;
     std::vector<UINT8> Value;
