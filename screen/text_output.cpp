@@ -159,7 +159,11 @@ UINTN WrapLine(const CHAR16 *Text, UINT16 Width, UINTN *Position, CHAR16 **Line)
   if (Next > TextLength) {
     Next = TextLength;
   }
-  if (Cells != Width) {
+  // A line that fills the width exactly and ends there, at the end of the text or of its line,
+  // ended by itself: breaking it at a blank, or leaving its line break for an empty line of its
+  // own, would add a line that is not in the text.
+  bool EndsHere = Text[Next] == 0 || Text[Next] == CHAR_CARRIAGE_RETURN;
+  if (Cells != Width || EndsHere) {
     if (Text[Next] == CHAR_CARRIAGE_RETURN) {
       Next++;
       if (Text[Next] == CHAR_LINEFEED) {

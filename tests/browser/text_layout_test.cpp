@@ -54,6 +54,10 @@ TEST_F(WrapLineTest, BreaksAfterABlankWhereItCan) {
       {u"日本語テキスト", 5, {{u"日本", 2}, {u"語テ", 2}, {u"キス", 2}, {u"ト", 1}}},
       {u"ab日本", 3, {{u"ab", 2}, {u"日", 1}, {u"本", 1}}},
       {u"", 5, {}},
+      // A line that fills the width exactly ends there: no break at a blank, no empty line.
+      {u"ab cd", 5, {{u"ab cd", 5}}},
+      {u"ab cd\r\nef", 5, {{u"ab cd", 5}, {u"ef", 2}}},
+      {u"abcde\r\n\r\nf", 5, {{u"abcde", 5}, {u"", 2}, {u"f", 1}}},
   };
   for (const Case &Each : Cases) {
     EXPECT_EQ(Lines(Each.Text, Each.Width), Each.Expected)
