@@ -608,6 +608,45 @@ TEST_F(ParserTest, DisableIfKeepsOrDropsItsScope) {
   }
 }
 
+// At form-set level a disable-if keeps or drops whole forms; a question it names is looked for
+// among those read so far, and one that is nowhere refuses the form set.
+TEST_F(ParserTest, DisableIfAtFormSetLevel) {
+  const struct {
+    const char *Name;
+    std::function<void(IfrWriter &)> Condition;
+    EFI_STATUS Status;
+    std::vector<EFI_FORM_ID> Forms;
+  } Cases[] = {
+      {"true", [](IfrWriter &W) { W.True(); }, EFI_SUCCESS, {1}},
+      {"false", [](IfrWriter &W) { W.False(); }, EFI_SUCCESS, {2, 1}},
+      {"a question read before it", [](IfrWriter &W) { W.EqIdVal(0x30, 0); }, EFI_SUCCESS, {1}},
+      {"a question of no form", [](IfrWriter &W) { W.EqIdVal(0x4444, 0); }, EFI_NOT_FOUND, {}},
+  };
+  for (const auto &Each : Cases) {
+    Renew();
+    Strings S;
+    IfrWriter W;
+    W.FormSet(SetGuid(), S.Add(u"Form set"), 0, {}, true);
+    W.Form(3, S.Add(u"First"), true).Checkbox({1, 2, 0x30, 0, 0, 0}).End();
+    W.DisableIf(true);
+    Each.Condition(W);
+    W.Form(2, S.Add(u"Disabled or not"), true).Text(1, 2).End();
+    W.End();
+    W.Form(1, S.Add(u"Kept"), true).Text(1, 2).End();
+    W.End();
+    PublishedFormSet &Published = PublishSet(W, S);
+    StartHost();
+    FormSet *Set = nullptr;
+    EXPECT_EQ(LoadSet(Published.Handle, SetGuid(), &Set), Each.Status) << Each.Name;
+    std::vector<EFI_FORM_ID> Forms;
+    for (size_t Index = 1; Set != nullptr && FormAt(Set, Index) != nullptr; Index++) {
+      Forms.push_back(FormAt(Set, Index)->FormId);
+    }
+    EXPECT_EQ(Forms, Each.Forms) << Each.Name;
+    ReleaseFormSet(Set);
+  }
+}
+
 TEST_F(ParserTest, SuppressIfBindsOptionsInsideAOneOfAndTheStatementAroundIt) {
   Strings S;
   FormSet *Set = LoadForm(S, [&](IfrWriter &W) {
