@@ -94,6 +94,45 @@ TEST_F(StorageTest, NameValueTextsReachTheirQuestionsAndOnlyTheirsGoBack) {
   EXPECT_EQ(Values.count(u"SecretName"), 0u) << "the password was sent through the storage";
 }
 
+// A refreshing question on name/value storage is read again each second: its text in the
+// storage, then the driver's Retrieve answer, which is what shows.
+TEST_F(StorageTest, ARefreshingNameValueQuestionShowsWhatTheDriverRetrieves) {
+  Strings S;
+  EFI_STRING_ID Title = S.Add(u"Named");
+  IfrWriter W;
+  W.FormSet(SetGuid, Title, S.Add(u"Help"), {}, true);
+  W.VarStoreNameValue(1, SetGuid);
+  W.Form(1, Title, true);
+  W.Text(S.Add(u"A line"), S.Add(u"Not a question"));
+  W.Numeric({S.Add(u"Fan"), S.Add(u"Turns"), Speed, 1, S.Add(u"FanName"), EFI_IFR_FLAG_CALLBACK},
+            EFI_IFR_NUMERIC_SIZE_1, 0, 99, 1, true);
+  W.Refresh(1);
+  W.End();
+  W.Checkbox({S.Add(u"Quiet"), S.Add(u"Takes the highlight"), Wide, 1, S.Add(u"QuietName"), 0});
+  W.End().End();
+  Set = &Publish(W, S, SetGuid);
+  Set->Driver->AddNameValueStorage(SetGuid);
+  (*Set->Driver->NameValues(SetGuid))[u"FanName"] = u"05";
+  (*Set->Driver->NameValues(SetGuid))[u"QuietName"] = u"00";
+  UINT8 Turns = 40;
+  Set->Driver->OnCallback = [&](EFI_BROWSER_ACTION Action, EFI_QUESTION_ID, UINT8,
+                                EFI_IFR_TYPE_VALUE *Value, EFI_BROWSER_ACTION_REQUEST *) {
+    if (Action == EFI_BROWSER_ACTION_RETRIEVE && Value != nullptr) {
+      EXPECT_EQ(Value->u8, 5) << "the storage's text is read first";
+      Value->u8 = Turns++;
+    }
+    return EFI_SUCCESS;
+  };
+  Send({Set->Handle});
+  ASSERT_TRUE(Waiting()) << ScreenText();
+  Type("Down wait 1000");
+  UINT8 Shown = Turns - 1;
+  EXPECT_TRUE(Shows("[" + std::to_string(Shown) + "]")) << Shown << "\n" << ScreenText();
+  Type("wait 1000");
+  EXPECT_TRUE(Shows("[" + std::to_string(Shown + 1) + "]")) << ScreenText();
+  Type("Esc");
+}
+
 TEST_F(StorageTest, QuestionsOnEfiVariablesAreWrittenWhateverTheirType) {
   Strings S;
   EFI_STRING_ID Title = S.Add(u"Variables");
