@@ -122,6 +122,12 @@ EFI_STATUS ShowDialogLines(UINT32 LineCount, BOOLEAN KeyMode, UINT32 MaximumLeng
       LineCount > MaximumDialogLines) {
     return EFI_INVALID_PARAMETER;
   }
+  // Lines and frame must all stand on the screen: cut off, a box would lose its frame, and an
+  // input line below the screen would take text no one sees.
+  const ScreenRect &Screen = Browser->ScreenDimensions;
+  if (LineCount + 2 > Screen.Bottom - Screen.Top + 1) {
+    return EFI_INVALID_PARAMETER;
+  }
   EFI_SIMPLE_TEXT_OUTPUT_PROTOCOL *ConOut = SystemTable->ConOut;
   INT32 KeptAttribute = ConOut->Mode->Attribute;
   BOOLEAN KeptCursor = ConOut->Mode->CursorVisible;

@@ -9,6 +9,7 @@
 #include "core/browser_context.h"
 #include "core/external_protocols.h"
 #include "dialogs/browser_services.h"
+#include "dialogs/dialog.h"
 #include "screen/layout.h"
 #include "tests/browser/browser_fixture.h"
 #include "tests/common/text.h"
@@ -487,6 +488,19 @@ TEST_F(ServicesTest, TheModalDialogFromADriver) {
   InCallback(
       [&] { Status = Services->ShowDialog(1, TRUE, 0, nullptr, nullptr, u"No key to fill"); });
   EXPECT_EQ(Status, EFI_INVALID_PARAMETER);
+
+  // Every line and the frame must stand on the 25 rows: 23 lines do, 24 do not.
+  std::vector<const CHAR16 *> Tall(24, u"A line of a tall dialog");
+  std::string Before = ScreenText();
+  InCallback([&] { Status = ShowDialogLines(24, TRUE, 0, nullptr, &Key, Tall.data()); });
+  EXPECT_EQ(Status, EFI_INVALID_PARAMETER);
+  EXPECT_EQ(ScreenText(), Before) << "nothing painted";
+  Status = EFI_NOT_STARTED;
+  InCallback([&] { Status = ShowDialogLines(23, TRUE, 0, nullptr, &Key, Tall.data()); });
+  EXPECT_NE(Row(0).find("┌"), std::string::npos) << ScreenText();
+  EXPECT_NE(Row(24).find("┘"), std::string::npos) << ScreenText();
+  Type("Enter");
+  EXPECT_EQ(Status, EFI_SUCCESS);
 }
 
 TEST_F(ServicesTest, AreaAttributesOfTheShownLayout) {
