@@ -10,8 +10,8 @@
 #include "dialogs/browser_services.h"
 #include "screen/menu_option.h"
 #include "tests/browser/browser_fixture.h"
+#include "host/components/user_manager.h"
 #include "tests/common/bytes.h"
-#include "uefi/user_manager.h"
 
 namespace morvane::test {
 namespace {
@@ -286,21 +286,6 @@ TEST_F(ActionTest, F10AsksAndYesSubmitsEveryFormSetAndAsksForAReset) {
   ExpectNothingLeftSinceSend();
 }
 
-TEST_F(ActionTest, F10InAPopUpAsksOnceThePopUpHasClosed) {
-  SendWorld();
-  MoveTo(Language);
-  Type("Enter");
-  ASSERT_TRUE(Shows("French")) << ScreenText();
-  Type("F10");
-  ASSERT_TRUE(Shows("Save configuration changes and exit now?")) << ScreenText();
-  Type("Right Enter");
-  ASSERT_TRUE(Waiting());
-  EXPECT_FALSE(Shows("Save configuration changes and exit now?")) << "asked once\n" << ScreenText();
-  Type("Down");
-  EXPECT_FALSE(Shows("Save configuration changes and exit now?")) << ScreenText();
-  EXPECT_EQ(Main->Driver->RouteCount, 0u);
-}
-
 // F9 and F10 end the number editor and close the option pop-up: the value typed or highlighted
 // is taken first, then the form asks. A style that refuses defaults takes the typed number and
 // asks nothing; its pop-up moves the highlight up instead.
@@ -336,6 +321,7 @@ TEST_F(ActionTest, F9AndF10InsideTheNumberEditorAndThePopUp) {
     if (Each.Asks != nullptr) {
       EXPECT_TRUE(Shows(Each.Asks)) << Each.Name << "\n" << ScreenText();
       Type("Right Enter");
+      EXPECT_FALSE(Shows(Each.Asks)) << Each.Name << ": asked once\n" << ScreenText();
     } else {
       EXPECT_FALSE(Shows(Save) || Shows(Defaults)) << Each.Name << "\n" << ScreenText();
     }
@@ -375,19 +361,17 @@ TEST_F(ActionTest, SubmitRequestSendsTheCurrentFormSetOnly) {
   EXPECT_EQ(PageBytes()[0], 0);
 }
 
-TEST_F(ActionTest, ExitRequestWithNothingModifiedLeavesWithoutAQuestion) {
+TEST_F(ActionTest, ExitRequestWarnsAfterAChangeWithThreeOutcomes) {
+  // With nothing modified it leaves at once and tells of the discard.
   SendWorld();
   Request(EFI_BROWSER_ACTION_REQUEST_EXIT);
   ASSERT_TRUE(Finished()) << ScreenText();
   EXPECT_EQ(Session->LastActionRequest(), EFI_BROWSER_ACTION_REQUEST_NONE);
-  EXPECT_EQ(Main->Driver->RouteCount, 0u);
   EXPECT_EQ(Notified, std::vector<UINT32>{NOTIFY_CODE_DISCARDED});
   EXPECT_EQ(LocateServices(Boot())->NotifyCode, 0u);
-  ExpectNothingLeftSinceSend();
-}
 
-TEST_F(ActionTest, ExitRequestAfterAChangeWarnsWithThreeOutcomes) {
-  // Esc stays on the form and tells nobody.
+  // After a change Esc stays on the form and tells nobody.
+  Notified.clear();
   SendWorld();
   ChangeTurbo();
   MoveTo(Trigger);
@@ -425,85 +409,58 @@ TEST_F(ActionTest, ExitRequestAfterAChangeWarnsWithThreeOutcomes) {
   ExpectNothingLeftSinceSend();
 }
 
-TEST_F(ActionTest, SaveAndExitRequestAsksAsF10Does) {
-  SendWorld();
-  ChangeTurbo();
-  Request(ACTION_REQUEST_SAVE_AND_EXIT);
-  ASSERT_TRUE(Shows("Save configuration changes and exit now?")) << ScreenText();
-  Type("Right Enter");
-  ASSERT_TRUE(Waiting());
-  EXPECT_EQ(Main->Driver->RouteCount, 0u);
-  Request(ACTION_REQUEST_SAVE_AND_EXIT);
-  Type("Enter");
-  ASSERT_TRUE(Finished()) << ScreenText();
-  EXPECT_EQ(Session->LastActionRequest(), EFI_BROWSER_ACTION_REQUEST_RESET);
-  EXPECT_EQ(MainBytes()[1], 1);
-  EXPECT_EQ(Page->Driver->RouteCount, 1u);
-}
-
-TEST_F(ActionTest, LoadPreviousRequestThrowsTheEditsAway) {
-  SendWorld();
-  ChangeTurbo();
-  Request(ACTION_REQUEST_LOAD_PREVIOUS);
-  ASSERT_TRUE(Shows("Load previous configuration now?")) << ScreenText();
-  Type("Esc");
-  EXPECT_TRUE(Notified.empty());
-  MoveTo(Turbo);
-  EXPECT_EQ(Browser->Selection->Statement->Value.Value[0], 1) << "a refusal keeps the edit";
-
-  unsigned Extracts = Main->Driver->ExtractCount;
-  Request(ACTION_REQUEST_LOAD_PREVIOUS);
-  Type("Enter");
-  ASSERT_TRUE(Waiting()) << ScreenText();
-  EXPECT_GT(Main->Driver->ExtractCount, Extracts) << "the values are read from the driver again";
-  EXPECT_EQ(Notified, std::vector<UINT32>{NOTIFY_CODE_DISCARDED});
-  MoveTo(Turbo);
-  EXPECT_EQ(Browser->Selection->Statement->Value.Value[0], 0) << ScreenText();
-  SaveAndLeave();
-  EXPECT_EQ(MainBytes()[1], 0);
-  ExpectNothingLeftSinceSend();
-}
-
-TEST_F(ActionTest, SaveRequestSubmitsAndStays) {
-  SendWorld();
-  ChangeTurbo();
-  Request(ACTION_REQUEST_SAVE);
-  ASSERT_TRUE(Shows("Save configuration changes now?")) << ScreenText();
-  Type("Right Enter");
-  EXPECT_EQ(Main->Driver->RouteCount, 0u);
-  Request(ACTION_REQUEST_SAVE);
-  Type("Enter");
-  ASSERT_TRUE(Waiting()) << ScreenText();
-  EXPECT_EQ(MainBytes()[1], 1);
-  EXPECT_EQ(Page->Driver->RouteCount, 1u);
-  EXPECT_EQ(Highlighted(), Trigger) << "the selection stays";
-  EXPECT_TRUE(Notified.empty());
-}
-
-TEST_F(ActionTest, LoadDefaultsRequestsOfBothStores) {
+// The requests that ask first: Esc keeps the edit and tells nobody; Enter does the action.
+TEST_F(ActionTest, RequestsThatAskFirst) {
+  const std::vector<UINT32> None;
+  const std::vector<UINT32> Discarded = {NOTIFY_CODE_DISCARDED};
+  const std::vector<UINT32> Defaults = {NOTIFY_CODE_DEFAULTS_LOADED};
   struct Case {
     EFI_BROWSER_ACTION_REQUEST Code;
-    const char *FanSpeed;
-    uint8_t Turbo;
+    const char *Asks;
+    bool Leaves;              // the call ends, asking for a reset
+    const char *FanSpeed;     // shown afterwards when the call goes on
+    std::vector<UINT32> Told; // what the notified page heard
+    uint8_t Turbo;            // stored once everything is saved
   };
-  // The extra store holds only the fan's default; the checkbox keeps what it has.
   const Case Cases[] = {
-      {ACTION_REQUEST_LOAD_DEFAULTS, "5", 1},
-      {ACTION_REQUEST_LOAD_EXTRA_DEFAULTS, "9", 0},
+      {ACTION_REQUEST_SAVE_AND_EXIT, "Save configuration changes and exit now?", true, "", None, 1},
+      {ACTION_REQUEST_SAVE, "Save configuration changes now?", false, "0", None, 1},
+      {ACTION_REQUEST_LOAD_PREVIOUS, "Load previous configuration now?", false, "0", Discarded, 0},
+      {ACTION_REQUEST_LOAD_DEFAULTS, "Load default configuration now?", false, "5", Defaults, 1},
+      // The extra store holds only the fan's default; the checkbox keeps what it has.
+      {ACTION_REQUEST_LOAD_EXTRA_DEFAULTS, "Load default configuration now?", false, "9", Defaults,
+       1},
   };
   for (const Case &Each : Cases) {
+    SCOPED_TRACE(Each.Asks);
     Notified.clear();
-    SendWorld();
-    Request(Each.Code);
-    ASSERT_TRUE(Shows("Load default configuration now?")) << Each.Code;
-    Type("Enter");
-    ASSERT_TRUE(Waiting());
-    EXPECT_EQ(ValueOf("Fan Speed"), Each.FanSpeed) << Each.Code;
-    EXPECT_EQ(Notified, std::vector<UINT32>{NOTIFY_CODE_DEFAULTS_LOADED}) << Each.Code;
-    SaveAndLeave();
-    EXPECT_EQ(MainBytes()[1], Each.Turbo) << Each.Code;
     MainBytes().assign(8, 0);
-    PageBytes().assign(2, 0);
+    SendWorld();
+    ChangeTurbo();
+    unsigned MainRoutes = Main->Driver->RouteCount;
+    Request(Each.Code);
+    ASSERT_TRUE(Shows(Each.Asks)) << ScreenText();
+    Type("Esc");
+    ASSERT_TRUE(Waiting());
+    EXPECT_TRUE(Notified.empty());
+    EXPECT_EQ(Main->Driver->RouteCount, MainRoutes);
+    unsigned Extracts = Main->Driver->ExtractCount;
+    unsigned PageRoutes = Page->Driver->RouteCount;
+    Request(Each.Code);
+    Type("Enter");
+    if (Each.Leaves) {
+      ASSERT_TRUE(Finished()) << ScreenText();
+      EXPECT_EQ(Session->LastActionRequest(), EFI_BROWSER_ACTION_REQUEST_RESET);
+    } else {
+      ASSERT_TRUE(Waiting()) << ScreenText();
+      EXPECT_EQ(ValueOf("Fan Speed"), Each.FanSpeed) << ScreenText();
+      EXPECT_EQ(Main->Driver->ExtractCount > Extracts, Each.Code == ACTION_REQUEST_LOAD_PREVIOUS)
+          << "only load-previous reads the driver again";
+      SaveAndLeave();
+    }
+    EXPECT_EQ(Notified, Each.Told);
+    EXPECT_EQ(MainBytes()[1], Each.Turbo);
+    EXPECT_GT(Page->Driver->RouteCount, PageRoutes) << "every form set is saved";
   }
 }
 
@@ -546,21 +503,18 @@ TEST_F(ActionTest, AStyleThatRefusesDefaultsIgnoresF9AndF10Quietly) {
   EXPECT_EQ(MainBytes()[1], 0);
 }
 
-TEST_F(ActionTest, ALanguageThrownAwayAtExitGoesBackToTheSavedOne) {
+// The language question's driver sets the platform language: a discard at exit puts the saved
+// one back, a saved one survives a later load-previous, and the defaults bring English back.
+TEST_F(ActionTest, TheLanguageFollowsDiscardSaveAndDefaults) {
   SendWorld();
   ChooseFrench();
-  EXPECT_EQ(PlatformLanguage(Host()), "fr-FR");
   EXPECT_FALSE(Shows("Select Item")) << "the browser's strings follow\n" << ScreenText();
   Request(EFI_BROWSER_ACTION_REQUEST_EXIT);
-  ASSERT_TRUE(Waiting());
   Type("Right Enter");
   ASSERT_TRUE(Finished()) << ScreenText();
   EXPECT_STREQ(reinterpret_cast<const char *>(CurrentLanguage), "en-US");
   EXPECT_EQ(PlatformLanguage(Host()), "en-US");
-  EXPECT_EQ(MainBytes()[2], 0);
-}
 
-TEST_F(ActionTest, ALanguageSavedSurvivesALaterLoadPrevious) {
   SendWorld();
   ChooseFrench();
   Request(ACTION_REQUEST_SAVE);
@@ -569,14 +523,9 @@ TEST_F(ActionTest, ALanguageSavedSurvivesALaterLoadPrevious) {
   Request(ACTION_REQUEST_LOAD_PREVIOUS);
   Type("Enter");
   ASSERT_TRUE(Waiting());
-  EXPECT_STREQ(reinterpret_cast<const char *>(CurrentLanguage), "fr-FR");
   EXPECT_EQ(PlatformLanguage(Host()), "fr-FR");
   EXPECT_EQ(MainBytes()[2], 1);
-}
 
-TEST_F(ActionTest, LoadingDefaultsSetsEnglish) {
-  SendWorld();
-  ChooseFrench();
   Type("F9 Enter");
   ASSERT_TRUE(Waiting());
   EXPECT_STREQ(reinterpret_cast<const char *>(CurrentLanguage), "en-US");
@@ -584,153 +533,11 @@ TEST_F(ActionTest, LoadingDefaultsSetsEnglish) {
   EXPECT_TRUE(Shows("Select Item")) << ScreenText();
 }
 
-// A user manager with one current user whose information records a test writes: the part of
-// the published interface the browser uses (Current, GetInfo, GetNextInfo); the rest refuses.
-class TestUserManager {
-public:
-  std::vector<std::vector<uint8_t>> Records;
-  bool CurrentFails = false;
-
-  TestUserManager() {
-    Protocol.Owner = this;
-    EFI_USER_MANAGER_PROTOCOL &Interface = Protocol.Interface;
-    Interface.Create = [](const EFI_USER_MANAGER_PROTOCOL *, EFI_USER_PROFILE_HANDLE *) {
-      return EFI_UNSUPPORTED;
-    };
-    Interface.Delete = [](const EFI_USER_MANAGER_PROTOCOL *, EFI_USER_PROFILE_HANDLE) {
-      return EFI_UNSUPPORTED;
-    };
-    Interface.GetNext = [](const EFI_USER_MANAGER_PROTOCOL *, EFI_USER_PROFILE_HANDLE *) {
-      return EFI_UNSUPPORTED;
-    };
-    Interface.Current = Current;
-    Interface.Identify = [](const EFI_USER_MANAGER_PROTOCOL *, EFI_USER_PROFILE_HANDLE *) {
-      return EFI_UNSUPPORTED;
-    };
-    Interface.Find = [](const EFI_USER_MANAGER_PROTOCOL *, EFI_USER_PROFILE_HANDLE *,
-                        EFI_USER_INFO_HANDLE *, const EFI_USER_INFO *,
-                        UINTN) { return EFI_UNSUPPORTED; };
-    Interface.Notify = [](const EFI_USER_MANAGER_PROTOCOL *, EFI_HANDLE) {
-      return EFI_UNSUPPORTED;
-    };
-    Interface.GetInfo = GetInfo;
-    Interface.SetInfo = [](const EFI_USER_MANAGER_PROTOCOL *, EFI_USER_PROFILE_HANDLE,
-                           EFI_USER_INFO_HANDLE *, const EFI_USER_INFO *,
-                           UINTN) { return EFI_UNSUPPORTED; };
-    Interface.DeleteInfo = [](const EFI_USER_MANAGER_PROTOCOL *, EFI_USER_PROFILE_HANDLE,
-                              EFI_USER_INFO_HANDLE) { return EFI_UNSUPPORTED; };
-    Interface.GetNextInfo = GetNextInfo;
-  }
-
-  // The platform owns the handle; it goes with the platform.
-  EFI_STATUS Install(EFI_BOOT_SERVICES *Boot) {
-    EFI_GUID Guid = gEfiUserManagerProtocolGuid;
-    return Boot->InstallProtocolInterface(&Handle, &Guid, EFI_NATIVE_INTERFACE,
-                                          &Protocol.Interface);
-  }
-
-  // Tells whoever listens that the current user's profile changed.
-  static void SignalProfileChanged(EFI_BOOT_SERVICES *Boot) {
-    EFI_GUID Group = gEfiUserProfileChangedEventGroupGuid;
-    EFI_EVENT Event = nullptr;
-    ASSERT_EQ(
-        Boot->CreateEventEx(
-            EVT_NOTIFY_SIGNAL, TPL_CALLBACK, [](EFI_EVENT, VOID *) {}, nullptr, &Group, &Event),
-        EFI_SUCCESS);
-    Boot->SignalEvent(Event);
-    Boot->CloseEvent(Event);
-  }
-
-private:
-  struct Record {
-    EFI_USER_MANAGER_PROTOCOL Interface;
-    TestUserManager *Owner;
-  };
-  Record Protocol{};
-  EFI_HANDLE Handle = nullptr;
-  // The one user; its handle only has to be distinct from null.
-  UINT8 User = 0;
-
-  static TestUserManager *Of(const EFI_USER_MANAGER_PROTOCOL *This) {
-    return reinterpret_cast<const Record *>(This)->Owner;
-  }
-
-  static EFI_STATUS EFIAPI Current(const EFI_USER_MANAGER_PROTOCOL *This,
-                                   EFI_USER_PROFILE_HANDLE *CurrentUser) {
-    TestUserManager *Self = Of(This);
-    if (Self->CurrentFails) {
-      return EFI_NOT_READY;
-    }
-    *CurrentUser = &Self->User;
-    return EFI_SUCCESS;
-  }
-
-  // Record handles are the record's index plus one.
-  static EFI_STATUS EFIAPI GetNextInfo(const EFI_USER_MANAGER_PROTOCOL *This,
-                                       EFI_USER_PROFILE_HANDLE User,
-                                       EFI_USER_INFO_HANDLE *UserInfo) {
-    TestUserManager *Self = Of(This);
-    if (User != &Self->User || UserInfo == nullptr) {
-      return EFI_INVALID_PARAMETER;
-    }
-    uintptr_t Next = reinterpret_cast<uintptr_t>(*UserInfo) + 1;
-    if (Next > Self->Records.size()) {
-      return EFI_NOT_FOUND;
-    }
-    *UserInfo = reinterpret_cast<EFI_USER_INFO_HANDLE>(Next);
-    return EFI_SUCCESS;
-  }
-
-  static EFI_STATUS EFIAPI GetInfo(const EFI_USER_MANAGER_PROTOCOL *This,
-                                   EFI_USER_PROFILE_HANDLE User, EFI_USER_INFO_HANDLE UserInfo,
-                                   EFI_USER_INFO *Info, UINTN *InfoSize) {
-    TestUserManager *Self = Of(This);
-    uintptr_t Index = reinterpret_cast<uintptr_t>(UserInfo);
-    if (User != &Self->User || InfoSize == nullptr || Index == 0 || Index > Self->Records.size()) {
-      return EFI_INVALID_PARAMETER;
-    }
-    const std::vector<uint8_t> &Bytes = Self->Records[Index - 1];
-    if (Info == nullptr || *InfoSize < Bytes.size()) {
-      *InfoSize = Bytes.size();
-      return EFI_BUFFER_TOO_SMALL;
-    }
-    std::memcpy(Info, Bytes.data(), Bytes.size());
-    *InfoSize = Bytes.size();
-    return EFI_SUCCESS;
-  }
-};
-
-// A user information record: the 24-byte header, then the body.
-std::vector<uint8_t> UserInfoRecord(UINT8 Type, const std::vector<uint8_t> &Body) {
-  std::vector<uint8_t> Bytes(sizeof(EFI_USER_INFO), 0);
-  Bytes[16] = Type;
-  uint32_t Size = static_cast<uint32_t>(Bytes.size() + Body.size());
-  std::memcpy(Bytes.data() + 20, &Size, 4);
-  Bytes.insert(Bytes.end(), Body.begin(), Body.end());
-  return Bytes;
-}
-
-// An access-control entry: type, size (given, or the true one) and data.
-std::vector<uint8_t> AccessEntry(UINT32 Type, const std::vector<uint8_t> &Data,
-                                 std::optional<UINT32> Size = std::nullopt) {
-  std::vector<uint8_t> Bytes(8, 0);
-  UINT32 Total = Size.value_or(static_cast<UINT32>(8 + Data.size()));
-  std::memcpy(Bytes.data(), &Type, 4);
-  std::memcpy(Bytes.data() + 4, &Total, 4);
-  Bytes.insert(Bytes.end(), Data.begin(), Data.end());
-  return Bytes;
-}
+using host::UserManager;
 
 std::vector<uint8_t> GuidBytes(const EFI_GUID &Guid) {
   const uint8_t *Raw = reinterpret_cast<const uint8_t *>(&Guid);
   return std::vector<uint8_t>(Raw, Raw + sizeof(EFI_GUID));
-}
-
-// An access policy whose setup entry carries Level, behind an entry of another type.
-std::vector<uint8_t> PolicyWithLevel(const EFI_GUID &Level) {
-  return UserInfoRecord(EFI_USER_INFO_ACCESS_POLICY_RECORD,
-                        Join({AccessEntry(1, {0, 0, 0, 0}),
-                              AccessEntry(EFI_USER_INFO_ACCESS_SETUP, GuidBytes(Level))}));
 }
 
 constexpr EFI_GUID ZeroGuid = {};
@@ -747,7 +554,7 @@ enum : EFI_QUESTION_ID {
 
 class UserAccessTest : public BrowserTest {
 protected:
-  std::unique_ptr<TestUserManager> Manager;
+  std::unique_ptr<UserManager> Manager;
   PublishedFormSet *Set = nullptr;
 
   // Questions and a form behind the security opcode of each level, and a plain checkbox.
@@ -786,7 +593,7 @@ protected:
 
   void InstallManager(std::vector<std::vector<uint8_t>> Records, bool CurrentFails = false,
                       EFI_BOOT_SERVICES *Services = nullptr) {
-    Manager = std::make_unique<TestUserManager>();
+    Manager = std::make_unique<UserManager>();
     Manager->Records = std::move(Records);
     Manager->CurrentFails = CurrentFails;
     ASSERT_EQ(Manager->Install(Services != nullptr ? Services : Boot()), EFI_SUCCESS);
@@ -825,32 +632,34 @@ TEST_F(UserAccessTest, QuestionsAndFormsFollowTheLevelOfTheCurrentUser) {
   const std::vector<const char *> NormalHides = {"Admin Only", "Admin Form", "No Level"};
   const std::vector<EFI_QUESTION_ID> NoLevelSees = {Plain, NobodyHasLevel, OtherSetting};
   const std::vector<const char *> NoLevelHides = {"Admin Only", "Admin Form", "Normal Only"};
-  const std::vector<uint8_t> NoSetupEntry = UserInfoRecord(
-      EFI_USER_INFO_ACCESS_POLICY_RECORD, Join({AccessEntry(1, {0, 0, 0, 0}), AccessEntry(3, {})}));
-  const std::vector<uint8_t> ShortSetupEntry = UserInfoRecord(
+  const std::vector<uint8_t> NoSetupEntry = UserManager::InfoRecord(
       EFI_USER_INFO_ACCESS_POLICY_RECORD,
-      AccessEntry(EFI_USER_INFO_ACCESS_SETUP, GuidBytes(gEfiUserInfoAccessSetupAdminGuid), 20));
+      Join({UserManager::AccessEntry(1, {0, 0, 0, 0}), UserManager::AccessEntry(3, {})}));
+  const std::vector<uint8_t> ShortSetupEntry = UserManager::InfoRecord(
+      EFI_USER_INFO_ACCESS_POLICY_RECORD,
+      UserManager::AccessEntry(EFI_USER_INFO_ACCESS_SETUP,
+                               GuidBytes(gEfiUserInfoAccessSetupAdminGuid), 20));
   // A record of another type (a user name) is passed over.
-  const std::vector<uint8_t> NameRecord = UserInfoRecord(0x01, {'A', 0, 0, 0});
+  const std::vector<uint8_t> NameRecord = UserManager::InfoRecord(0x01, {'A', 0, 0, 0});
   const Case Cases[] = {
       {"no user manager", Never, {}, false, AdminHides, AdminSees, true},
       {"administrator",
        AfterEntry,
-       {NameRecord, PolicyWithLevel(gEfiUserInfoAccessSetupAdminGuid)},
+       {NameRecord, UserManager::SetupPolicy(gEfiUserInfoAccessSetupAdminGuid)},
        false,
        AdminHides,
        AdminSees,
        true},
       {"normal user",
        AfterEntry,
-       {PolicyWithLevel(gEfiUserInfoAccessSetupNormalGuid)},
+       {UserManager::SetupPolicy(gEfiUserInfoAccessSetupNormalGuid)},
        false,
        NormalHides,
        NormalSees,
        false},
       {"restricted user",
        AfterEntry,
-       {PolicyWithLevel(gEfiUserInfoAccessSetupRestrictedGuid)},
+       {UserManager::SetupPolicy(gEfiUserInfoAccessSetupRestrictedGuid)},
        false,
        {"Admin Only", "Admin Form", "Normal Only", "No Level"},
        {Plain, OtherSetting},
@@ -872,14 +681,14 @@ TEST_F(UserAccessTest, QuestionsAndFormsFollowTheLevelOfTheCurrentUser) {
       {"no access policy", AfterEntry, {NameRecord}, false, AdminHides, AdminSees, true},
       {"normal user, manager there before the entry",
        BeforeEntry,
-       {PolicyWithLevel(gEfiUserInfoAccessSetupNormalGuid)},
+       {UserManager::SetupPolicy(gEfiUserInfoAccessSetupNormalGuid)},
        false,
        NormalHides,
        NormalSees,
        false},
       {"current user unreadable",
        AfterEntry,
-       {PolicyWithLevel(gEfiUserInfoAccessSetupNormalGuid)},
+       {UserManager::SetupPolicy(gEfiUserInfoAccessSetupNormalGuid)},
        true,
        AdminHides,
        AdminSees,
@@ -927,15 +736,15 @@ TEST_F(UserAccessTest, QuestionsAndFormsFollowTheLevelOfTheCurrentUser) {
 
 TEST_F(UserAccessTest, AProfileChangeTakesEffectOnTheNextUse) {
   PublishGuarded();
-  InstallManager({PolicyWithLevel(gEfiUserInfoAccessSetupNormalGuid)});
+  InstallManager({UserManager::SetupPolicy(gEfiUserInfoAccessSetupNormalGuid)});
   Send({Set->Handle});
   ASSERT_TRUE(Waiting());
   Type("F9");
   EXPECT_FALSE(Shows("Load default configuration now?")) << ScreenText();
   EXPECT_FALSE(Shows("Admin Only"));
 
-  Manager->Records = {PolicyWithLevel(gEfiUserInfoAccessSetupAdminGuid)};
-  TestUserManager::SignalProfileChanged(Boot());
+  Manager->Records = {UserManager::SetupPolicy(gEfiUserInfoAccessSetupAdminGuid)};
+  UserManager::SignalProfileChanged(Boot());
   Type("F9");
   ASSERT_TRUE(Shows("Load default configuration now?")) << ScreenText();
   Type("Enter");
@@ -943,18 +752,20 @@ TEST_F(UserAccessTest, AProfileChangeTakesEffectOnTheNextUse) {
   EXPECT_TRUE(Shows("Admin Only")) << ScreenText();
 
   // A profile with no setup entry removes every level.
-  Manager->Records = {UserInfoRecord(EFI_USER_INFO_ACCESS_POLICY_RECORD, AccessEntry(2, {}))};
-  TestUserManager::SignalProfileChanged(Boot());
+  Manager->Records = {
+      UserManager::InfoRecord(EFI_USER_INFO_ACCESS_POLICY_RECORD, UserManager::AccessEntry(2, {}))};
+  UserManager::SignalProfileChanged(Boot());
   Type("F9");
   EXPECT_FALSE(Shows("Load default configuration now?")) << ScreenText();
 }
 
 TEST_F(UserAccessTest, AnEntryOfSizeZeroDoesNotHoldTheBrowser) {
   PublishGuarded();
-  InstallManager({UserInfoRecord(
+  InstallManager({UserManager::InfoRecord(
       EFI_USER_INFO_ACCESS_POLICY_RECORD,
-      Join({AccessEntry(1, {}, 0), AccessEntry(EFI_USER_INFO_ACCESS_SETUP,
-                                               GuidBytes(gEfiUserInfoAccessSetupAdminGuid))}))});
+      Join({UserManager::AccessEntry(1, {}, 0),
+            UserManager::AccessEntry(EFI_USER_INFO_ACCESS_SETUP,
+                                     GuidBytes(gEfiUserInfoAccessSetupAdminGuid))}))});
   Send({Set->Handle});
   EXPECT_TRUE(Waiting()) << ScreenText();
 }
