@@ -15,8 +15,9 @@ fi
 profiles="$build/profiles"
 rm -rf "$profiles"
 mkdir -p "$profiles"
-# %p and %m: one raw profile per process, so the program's own runs count too.
-export LLVM_PROFILE_FILE="$PWD/$profiles/%p-%m.profraw"
+# %4m: the processes of one program merge into four raw profiles as they end, the program's
+# own runs included.
+export LLVM_PROFILE_FILE="$PWD/$profiles/%4m.profraw"
 objects=()
 if [ $# -eq 0 ]; then
   cmake --build --preset coverage
