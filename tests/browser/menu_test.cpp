@@ -365,22 +365,6 @@ TEST_F(MenuTest, AChangingCallbackThatFailsUndoesTheChange) {
   Leave();
 }
 
-TEST_F(MenuTest, NextQuestionIdMovesTheHighlight) {
-  PublishWorld(2);
-  Main->Driver->OnCallback = [](EFI_BROWSER_ACTION Action, EFI_QUESTION_ID, UINT8,
-                                EFI_IFR_TYPE_VALUE *, EFI_BROWSER_ACTION_REQUEST *) {
-    if (Action == EFI_BROWSER_ACTION_CHANGED) {
-      BrowserServices.NextQuestionId = RefToNothing;
-    }
-    return EFI_SUCCESS;
-  };
-  SendWorld();
-  DownTo(Switch);
-  Type("Enter");
-  EXPECT_EQ(Highlighted(), RefToNothing) << ScreenText();
-  Leave();
-}
-
 TEST_F(MenuTest, ARefreshDuringAKeyWaitRepaintsInTheNewLanguage) {
   PublishWorld(2);
   SendWorld();

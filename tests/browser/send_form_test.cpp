@@ -326,7 +326,7 @@ TEST_F(EntryTest, FailsWithoutTheImageAndFontProtocols) {
 
 TEST_F(EntryTest, InstallsTheBrowserProtocols) {
   ASSERT_EQ(Session->EntryStatus(), EFI_SUCCESS);
-  for (const EFI_GUID &Guid : {gEfiFormBrowser2ProtocolGuid}) {
+  for (const EFI_GUID &Guid : {gEfiFormBrowser2ProtocolGuid, gBrowserServicesProtocolGuid}) {
     VOID *Interface = nullptr;
     EFI_GUID Copy = Guid;
     EXPECT_EQ(Boot()->HandleProtocol(Browser->DriverHandle, &Copy, &Interface), EFI_SUCCESS);

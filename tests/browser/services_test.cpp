@@ -155,20 +155,6 @@ protected:
   }
 };
 
-TEST_F(ServicesTest, FoundByItsGuidOnTheBrowsersHandle) {
-  VOID *OnHandle = nullptr;
-  EFI_GUID Guid = gBrowserServicesProtocolGuid;
-  ASSERT_EQ(Boot()->HandleProtocol(Browser->DriverHandle, &Guid, &OnHandle), EFI_SUCCESS);
-  EXPECT_EQ(OnHandle, Services);
-  EXPECT_NE(Services->ShowDialog, nullptr);
-  EXPECT_NE(Services->ShowSimpleMessageBox, nullptr);
-  EXPECT_NE(Services->ShowOkMessageBox, nullptr);
-  EXPECT_NE(Services->ShowCustomMessageBox, nullptr);
-  EXPECT_NE(Services->GetAreaAttributes, nullptr);
-  EXPECT_EQ(Services->NextQuestionId, 0);
-  EXPECT_EQ(Services->NotifyCode, 0u);
-}
-
 TEST_F(ServicesTest, LastKeyIsTheKeyBehindTheCallback) {
   struct Case {
     EFI_QUESTION_ID Question;
