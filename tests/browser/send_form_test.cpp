@@ -132,16 +132,6 @@ TEST_F(SendFormTest, ActionRequestMayBeNull) {
   EXPECT_EQ(Run().Status(), EFI_SUCCESS);
 }
 
-TEST_F(SendFormTest, DrainsTheKeyboardFirst) {
-  PublishedFormSet &Set = SimpleFormSet(1, u"Simple");
-  // Keys typed before the call would otherwise leave at once.
-  Host().Keyboard().PushKey(SCAN_F10, 0);
-  Host().Keyboard().PushKey(SCAN_NULL, CHAR_CARRIAGE_RETURN);
-  Send({Set.Handle});
-  EXPECT_TRUE(Waiting());
-  EXPECT_EQ(Host().Keyboard().Pending(), 0u);
-}
-
 TEST_F(SendFormTest, TabsFollowThePageListWhateverTheHandleOrder) {
   PublishedFormSet &Third = SimpleFormSet(3, u"Gamma", true, gDefaultPageGuids[4]);
   PublishedFormSet &First = SimpleFormSet(1, u"Alpha", true, gDefaultPageGuids[0]);

@@ -379,27 +379,5 @@ TEST_F(LayoutTest, BytesBeyondTheLastWholeRowAreIgnored) {
 }
 
 // The service other drivers use to place things within the areas.
-TEST_F(LayoutTest, AreaAttributesGiveTheRowAndTheClientRectangle) {
-  Sample(1);
-  Send(Handles());
-  ASSERT_TRUE(Waiting());
-  UINT8 Row[LAYOUT_ROW_SIZE] = {};
-  UINT32 Client[4] = {};
-  ASSERT_EQ(GetAreaAttributes(AREA_BODY, Row, Client), EFI_SUCCESS);
-  std::vector<uint32_t> Body = DefaultBodyRow();
-  EXPECT_EQ(std::memcmp(Row, Body.data(), LAYOUT_ROW_SIZE), 0);
-  EXPECT_EQ(Client[0], 1u);
-  EXPECT_EQ(Client[1], 53u);
-  EXPECT_EQ(Client[2], 4u);
-  EXPECT_EQ(Client[3], 20u);
-  ASSERT_EQ(GetAreaAttributes(AREA_HELP, Row, nullptr), EFI_SUCCESS);
-  UINT32 Area = 0;
-  std::memcpy(&Area, Row, sizeof(Area));
-  EXPECT_EQ(Area, static_cast<UINT32>(AREA_HELP));
-  EXPECT_EQ(GetAreaAttributes(AREA_BODY, nullptr, Client), EFI_INVALID_PARAMETER);
-  EXPECT_EQ(GetAreaAttributes(AREA_COUNT, Row, Client), EFI_NOT_FOUND);
-  EXPECT_EQ(GetAreaAttributes(0xFFFFFFFF, Row, Client), EFI_NOT_FOUND);
-}
-
 } // namespace
 } // namespace morvane::test
