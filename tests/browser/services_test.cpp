@@ -139,6 +139,19 @@ protected:
                                           Name);
   }
 
+  // Writes the header of Guid's store as read, followed by Tail, to Guid and Name.
+  EFI_STATUS WriteAfterHeader(const EFI_GUID *Guid, const CHAR16 *Name, const std::u16string &Cut,
+                              const std::u16string &Tail, const EFI_GUID *ReadGuid = nullptr) {
+    std::u16string Whole;
+    EFI_STATUS Status = ReadAll(ReadGuid != nullptr ? ReadGuid : Guid, Name, &Whole);
+    if (EFI_ERROR(Status)) {
+      return Status;
+    }
+    std::u16string Write = Whole.substr(0, Whole.find(Cut)) + Tail;
+    UINTN Size = (Write.size() + 1) * sizeof(CHAR16);
+    return BrowserCallback(&Size, Write.data(), false, Guid, Name);
+  }
+
   // A whole read with the two-call idiom; the status of the second call.
   EFI_STATUS ReadAll(const EFI_GUID *Guid, const CHAR16 *Name, std::u16string *Out) {
     UINTN Size = 0;
@@ -356,6 +369,10 @@ TEST_F(ServicesTest, OkAndCustomBoxesAndRefusedRequests) {
   SendSetup();
   const CHAR16 *Lines[] = {u"Done."};
   const CHAR16 *Buttons[] = {u"Retry", u"Ignore", u"Abort"};
+  auto Custom = [&] {
+    return Services->ShowCustomMessageBox(u"Disk", u"  The disk is slow.  ", nullptr, 0xF1, 3, 1,
+                                          Buttons);
+  };
   struct Case {
     const char *Name;
     std::function<UINT32()> Call;
@@ -366,24 +383,9 @@ TEST_F(ServicesTest, OkAndCustomBoxesAndRefusedRequests) {
       {"OK with Enter", [&] { return Services->ShowOkMessageBox(nullptr, 0, 1, Lines); }, "Enter",
        1},
       {"OK with Esc", [&] { return Services->ShowOkMessageBox(nullptr, 0, 1, Lines); }, "Esc", 0},
-      {"custom default",
-       [&] {
-         return Services->ShowCustomMessageBox(u"Disk", u"  The disk is slow.  ", nullptr, 0xF1, 3,
-                                               1, Buttons);
-       },
-       "Enter", 1},
-      {"custom Left",
-       [&] {
-         return Services->ShowCustomMessageBox(u"Disk", u"  The disk is slow.  ", nullptr, 0xF1, 3,
-                                               1, Buttons);
-       },
-       "Left Enter", 0},
-      {"custom Esc",
-       [&] {
-         return Services->ShowCustomMessageBox(u"Disk", u"  The disk is slow.  ", nullptr, 0xF1, 3,
-                                               1, Buttons);
-       },
-       "Esc", 0xFFFFFFFFu},
+      {"custom default", Custom, "Enter", 1},
+      {"custom Left", Custom, "Left Enter", 0},
+      {"custom Esc", Custom, "Esc", 0xFFFFFFFFu},
       {"default outside the mask",
        [&] { return Services->ShowSimpleMessageBox(nullptr, 0, 1, Lines, 0x08, 0x06); }, nullptr,
        0},
@@ -725,13 +727,8 @@ TEST_F(ServicesTest, BrowserCallbackWritesTheEditCopy) {
   SendSetup();
   EFI_STATUS Status = EFI_NOT_STARTED;
   InCallback([&] {
-    std::u16string Whole;
-    ASSERT_EQ(ReadAll(&SetupGuid, u"Setup", &Whole), EFI_SUCCESS);
-    // The header as read, and a new value for the numeric.
-    std::u16string Header = Whole.substr(0, Whole.find(u"&OFFSET="));
-    std::u16string Write = Header + u"&OFFSET=0002&WIDTH=0001&VALUE=2a";
-    UINTN Size = (Write.size() + 1) * sizeof(CHAR16);
-    Status = BrowserCallback(&Size, Write.data(), false, &SetupGuid, u"Setup");
+    Status =
+        WriteAfterHeader(&SetupGuid, u"Setup", u"&OFFSET=", u"&OFFSET=0002&WIDTH=0001&VALUE=2a");
   });
   EXPECT_EQ(Status, EFI_SUCCESS);
   MoveTo(Level);
@@ -770,11 +767,7 @@ TEST_F(ServicesTest, WritesThatReachNoBufferStoreChangeNothingButCountAsAnEdit) 
     SendSetup();
     EFI_STATUS Status = EFI_NOT_STARTED;
     InCallback([&] {
-      std::u16string Whole;
-      ASSERT_EQ(ReadAll(&NamedGuid, nullptr, &Whole), EFI_SUCCESS);
-      std::u16string Write = Whole.substr(0, Whole.find(u"&Volume=")) + u"&Volume=09";
-      UINTN Size = (Write.size() + 1) * sizeof(CHAR16);
-      Status = BrowserCallback(&Size, Write.data(), false, Each.Guid, Each.ItemName);
+      Status = WriteAfterHeader(Each.Guid, Each.ItemName, u"&Volume=", u"&Volume=09", &NamedGuid);
     });
     EXPECT_EQ(Status, EFI_SUCCESS) << Each.Name;
     EXPECT_TRUE(Shows("Named   [ 7]")) << Each.Name << "\n" << ScreenText();
@@ -802,12 +795,8 @@ TEST_F(ServicesTest, OneWriteReachesEveryCopyOfTheVarstore) {
   ASSERT_TRUE(Waiting()) << ScreenText();
   EFI_STATUS Status = EFI_NOT_STARTED;
   InCallback([&] {
-    std::u16string Whole;
-    ASSERT_EQ(ReadAll(&SetupGuid, u"Setup", &Whole), EFI_SUCCESS);
-    std::u16string Write =
-        Whole.substr(0, Whole.find(u"&OFFSET=")) + u"&OFFSET=0003&WIDTH=0001&VALUE=01";
-    UINTN Size = (Write.size() + 1) * sizeof(CHAR16);
-    Status = BrowserCallback(&Size, Write.data(), false, &SetupGuid, u"Setup");
+    Status =
+        WriteAfterHeader(&SetupGuid, u"Setup", u"&OFFSET=", u"&OFFSET=0003&WIDTH=0001&VALUE=01");
   });
   EXPECT_EQ(Status, EFI_SUCCESS);
   Type("F10 Enter");
