@@ -18,16 +18,6 @@ namespace {
 using kit::IfrWriter;
 using kit::Strings;
 
-std::u16string PathDigits(const std::vector<uint8_t> &Path) {
-  static const char16_t Digits[] = u"0123456789abcdef";
-  std::u16string Out;
-  for (uint8_t Byte : Path) {
-    Out += Digits[Byte >> 4];
-    Out += Digits[Byte & 0x0F];
-  }
-  return Out;
-}
-
 class ConfigStringTest : public ModelTest {
 protected:
   void SetUp() override {
@@ -71,11 +61,7 @@ protected:
   }
 
   std::u16string Header(const std::u16string &Name) {
-    EFI_GUID Guid = TestGuid(0x33);
-    std::vector<uint8_t> GuidBytes(reinterpret_cast<uint8_t *>(&Guid),
-                                   reinterpret_cast<uint8_t *>(&Guid) + sizeof(Guid));
-    return u"GUID=" + PathDigits(GuidBytes) + u"&NAME=" + Name + u"&PATH=" +
-           PathDigits(Driver->DevicePath());
+    return ConfigHeaderOf(TestGuid(0x33), Name, Driver->DevicePath());
   }
 
   std::unique_ptr<host::ConfigDriver> Driver;
@@ -105,8 +91,8 @@ TEST_F(ConfigStringTest, HeaderHasGuidDigitsPlainNameAndThePathWithItsEndNode) {
   EXPECT_EQ(Buffer[0], 0xAAAA) << "nothing is written when the room is short";
   Size = Needed;
   ASSERT_EQ(BuildConfigHdr(Buffer.data(), &Size, &Guid, u"Setup", Driver->Handle()), EFI_SUCCESS);
-  std::u16string Expected =
-      u"GUID=000102030405060708090a0b0c0d0e0f&NAME=Setup&PATH=" + PathDigits(Path);
+  std::u16string Expected = u"GUID=000102030405060708090a0b0c0d0e0f&NAME=Setup&PATH=" +
+                            HexDigits(Path.data(), Path.size());
   EXPECT_EQ(TextOf(Buffer.data()), Expected);
   EXPECT_EQ(Expected.size() + 1, Needed / 2) << "the size is exact, terminator included";
 
@@ -114,8 +100,8 @@ TEST_F(ConfigStringTest, HeaderHasGuidDigitsPlainNameAndThePathWithItsEndNode) {
   Size = Needed;
   ASSERT_EQ(BuildConfigHdr(Buffer.data(), &Size, &Guid, nullptr, Driver->Handle()), EFI_SUCCESS);
   EXPECT_EQ(Size, 2 * (50 + 2 * Path.size()));
-  EXPECT_EQ(TextOf(Buffer.data()),
-            u"GUID=000102030405060708090a0b0c0d0e0f&NAME=&PATH=" + PathDigits(Path));
+  EXPECT_EQ(TextOf(Buffer.data()), u"GUID=000102030405060708090a0b0c0d0e0f&NAME=&PATH=" +
+                                       HexDigits(Path.data(), Path.size()));
 
   // A handle without a device path has no header.
   Size = Needed;
@@ -280,15 +266,6 @@ TEST_F(ConfigStringTest, BufferResponseGoesThroughTheRoutingProtocolBothWays) {
   FreePoolIfSet(Response);
 }
 
-TEST_F(ConfigStringTest, VariableStoragesHaveNoConfigurationStrings) {
-  Storage *Target = NewStorage(STORAGE_KIND_EFI_VARIABLE, nullptr);
-  CHAR16 *Response = reinterpret_cast<CHAR16 *>(1);
-  EXPECT_EQ(BuildConfigResponse(Target, &Response), EFI_INVALID_PARAMETER);
-  EXPECT_EQ(Response, nullptr);
-  std::u16string Text = u"&A=1";
-  EXPECT_EQ(ApplyConfigResponse(Target, Text.data()), EFI_INVALID_PARAMETER);
-}
-
 TEST_F(ConfigStringTest, NamedValuesAndCommits) {
   Storage *Target = NewStorage(STORAGE_KIND_NAME_VALUE, nullptr);
   NameValueNode *Node = AddNode(Target, u"Speed", u"0010");
@@ -319,8 +296,14 @@ TEST_F(ConfigStringTest, NamedValuesAndCommits) {
   CommitEdits(Buffer);
   EXPECT_EQ(Buffer->StoredCopy[2], 9);
 
-  // An EFI variable has nothing to commit.
-  CommitEdits(NewStorage(STORAGE_KIND_EFI_VARIABLE, nullptr));
+  // An EFI variable has nothing to commit, and no configuration strings.
+  Storage *Variable = NewStorage(STORAGE_KIND_EFI_VARIABLE, nullptr);
+  CommitEdits(Variable);
+  CHAR16 *Response = reinterpret_cast<CHAR16 *>(1);
+  EXPECT_EQ(BuildConfigResponse(Variable, &Response), EFI_INVALID_PARAMETER);
+  EXPECT_EQ(Response, nullptr);
+  std::u16string Pairs = u"&A=1";
+  EXPECT_EQ(ApplyConfigResponse(Variable, Pairs.data()), EFI_INVALID_PARAMETER);
 }
 
 TEST_F(ConfigStringTest, ReplaceAndAppend) {

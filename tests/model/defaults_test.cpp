@@ -146,8 +146,7 @@ TEST_F(DefaultsTest, AnOrderedListTakesItsOptionsInOrderOrAWholeRecord) {
     ASSERT_EQ(FindQuestionDefault(Set, Main, List, EFI_HII_DEFAULT_CLASS_STANDARD), EFI_SUCCESS);
     EXPECT_EQ(Containers(), (std::vector<UINT8>{4, 5})) << "the flagged option is not the list";
   }
-  ASSERT_EQ(FindQuestionDefault(Set, Main, List, EFI_HII_DEFAULT_CLASS_MANUFACTURING),
-            EFI_SUCCESS);
+  ASSERT_EQ(FindQuestionDefault(Set, Main, List, EFI_HII_DEFAULT_CLASS_MANUFACTURING), EFI_SUCCESS);
   EXPECT_EQ(Containers(), (std::vector<UINT8>{6, 4}));
 }
 
@@ -195,16 +194,6 @@ protected:
     W.End();
     return W;
   }
-
-  std::u16string EditValueOf(Storage *Names, const std::u16string &Name, bool Stored = false) {
-    LIST_FOR_EACH(Link, &Names->NameValues) {
-      NameValueNode *Node = NameValueNodeFromLink(Link);
-      if (TextOf(Node->Name) == Name) {
-        return TextOf(Stored ? Node->Value : Node->EditValue);
-      }
-    }
-    return u"(none)";
-  }
 };
 
 TEST_F(StorageDefaultsTest, DefaultsGoFirstAndTheDriverHasTheLastWord) {
@@ -222,19 +211,15 @@ TEST_F(StorageDefaultsTest, DefaultsGoFirstAndTheDriverHasTheLastWord) {
   const UINT8 Driver[] = {0x42, 0x00, 0x43, 0x00};
   EXPECT_EQ(CompareBytes(Data->EditCopy, Driver, 4), 0);
   EXPECT_EQ(CompareBytes(Data->StoredCopy, Driver, 4), 0);
-  EXPECT_EQ(EditValueOf(Names, u"Speed"), u"0077");
+  EXPECT_EQ(NodeText(Names, u"Speed"), u"0077");
   // A name the driver does not give keeps its default, on both sides.
-  EXPECT_EQ(EditValueOf(Names, u"Unsent"), u"0F");
-  EXPECT_EQ(EditValueOf(Names, u"Unsent", true), u"0F");
+  EXPECT_EQ(NodeText(Names, u"Unsent"), u"0F");
+  EXPECT_EQ(NodeText(Names, u"Unsent", true), u"0F");
   // The question itself shows its default until its value is read.
   EXPECT_EQ(NumberOf(QuestionById(Set, 0x10)->Value), 9u);
   // A variable is not written by a default.
-  UINTN Size = 1;
-  UINT8 Byte = 0;
-  EXPECT_EQ(Host().RuntimeServices()->GetVariable(const_cast<CHAR16 *>(u"Level"),
-                                                  const_cast<EFI_GUID *>(&VariableGuid), nullptr,
-                                                  &Size, &Byte),
-            EFI_NOT_FOUND);
+  std::vector<UINT8> Bytes;
+  EXPECT_EQ(GetVariable(u"Level", VariableGuid, &Bytes), EFI_NOT_FOUND);
   EXPECT_EQ(NumberOf(QuestionById(Set, 0x30)->Value), 0x44u);
   EXPECT_EQ(Published.Driver->ExtractCount, 2u);
 
@@ -247,18 +232,15 @@ TEST_F(StorageDefaultsTest, DefaultsGoFirstAndTheDriverHasTheLastWord) {
   const UINT8 Manufacturing[] = {0x01, 0x00, 0x02, 0x00};
   EXPECT_EQ(CompareBytes(Data->EditCopy, Manufacturing, 4), 0);
   EXPECT_EQ(CompareBytes(Data->StoredCopy, Driver, 4), 0);
-  EXPECT_EQ(EditValueOf(Names, u"Speed"), u"0003");
-  EXPECT_EQ(EditValueOf(Names, u"Unsent"), u"0F") << "no default of that store: it stays";
+  EXPECT_EQ(NodeText(Names, u"Speed"), u"0003");
+  EXPECT_EQ(NodeText(Names, u"Unsent"), u"0F") << "no default of that store: it stays";
   EXPECT_EQ(Main->Modified, 1);
   ASSERT_EQ(Published.Driver->Calls.size(), 1u);
-  EXPECT_EQ(Published.Driver->Calls[0].Action, EFI_BROWSER_ACTION_RETRIEVE);
-  EXPECT_EQ(Published.Driver->Calls[0].QuestionId, 0x11);
-  EXPECT_EQ(Published.Driver->Calls[0].Value.u16, 2);
+  const auto &Call = Published.Driver->Calls[0];
+  EXPECT_EQ((std::vector<UINT64>{Call.Action, Call.QuestionId, Call.Value.u16}),
+            (std::vector<UINT64>{EFI_BROWSER_ACTION_RETRIEVE, 0x11, 2}));
   EXPECT_EQ(NumberOf(QuestionById(Set, 0x30)->Value), 0x45u);
-  EXPECT_EQ(Host().RuntimeServices()->GetVariable(const_cast<CHAR16 *>(u"Level"),
-                                                  const_cast<EFI_GUID *>(&VariableGuid), nullptr,
-                                                  &Size, &Byte),
-            EFI_NOT_FOUND);
+  EXPECT_EQ(GetVariable(u"Level", VariableGuid, &Bytes), EFI_NOT_FOUND);
   ReleaseFormSet(Set);
 }
 
@@ -296,7 +278,7 @@ TEST_F(StorageDefaultsTest, FetchIgnoresAlternativeConfigurationsAndMissingAnswe
   ASSERT_EQ(LoadSet(Handle, SetGuid(), &Set), EFI_SUCCESS);
   EXPECT_TRUE(Notices.empty()) << "no answer is no warning";
   Storage *Names = StorageAt(Set, 1);
-  EXPECT_EQ(EditValueOf(Names, u"Speed", true), u"") << "and no commit";
+  EXPECT_EQ(NodeText(Names, u"Speed", true), u"") << "and no commit";
   ASSERT_EQ(Driver.Requests.size(), 2u);
   EXPECT_EQ(Driver.Requests[1], TextOf(Names->ConfigRequest));
 
@@ -306,8 +288,8 @@ TEST_F(StorageDefaultsTest, FetchIgnoresAlternativeConfigurationsAndMissingAnswe
   StartHost();
   Set->Loaded = 1;
   ASSERT_EQ(RunDriver([&] { return FetchStorage(Set, Names); }), EFI_SUCCESS);
-  EXPECT_EQ(EditValueOf(Names, u"Speed"), u"0042");
-  EXPECT_EQ(EditValueOf(Names, u"Unsent"), u"01");
+  EXPECT_EQ(NodeText(Names, u"Speed"), u"0042");
+  EXPECT_EQ(NodeText(Names, u"Unsent"), u"01");
 
   // A driver without configuration services, and a storage no question asks for.
   Storage *Variable = StorageAt(Set, 2);

@@ -15,30 +15,14 @@
 namespace morvane::test {
 namespace {
 
-using kit::IfrValue;
 using kit::IfrWriter;
 using kit::Strings;
 
+constexpr EFI_STATUS OK = EFI_SUCCESS;
+constexpr UINT8 U8 = EFI_IFR_TYPE_NUM_SIZE_8, U16 = EFI_IFR_TYPE_NUM_SIZE_16,
+                U32 = EFI_IFR_TYPE_NUM_SIZE_32, U64 = EFI_IFR_TYPE_NUM_SIZE_64,
+                BOOL = EFI_IFR_TYPE_BOOLEAN, STR = EFI_IFR_TYPE_STRING, UNDEF = EFI_IFR_TYPE_OTHER;
 constexpr UINT64 AllOnes = ~0ull;
-
-// Texts of the form set under test, each given an id the first time it is named.
-class Texts {
-public:
-  explicit Texts(Strings &Owner) : Owner(Owner) {}
-  EFI_STRING_ID operator()(const std::u16string &Text) {
-    auto Found = Ids.find(Text);
-    if (Found != Ids.end()) {
-      return Found->second;
-    }
-    EFI_STRING_ID Id = Owner.Add(Text);
-    Ids[Text] = Id;
-    return Id;
-  }
-
-private:
-  Strings &Owner;
-  std::map<std::u16string, EFI_STRING_ID> Ids;
-};
 
 // Questions every program may refer to.
 constexpr EFI_QUESTION_ID Number16 = 0x10;  // u16 0x1234
@@ -48,6 +32,7 @@ constexpr EFI_QUESTION_ID Number32 = 0x13;  // u32 0x00051234
 constexpr EFI_QUESTION_ID Clock = 0x14;     // time 12:30:45
 constexpr EFI_QUESTION_ID Elsewhere = 0x20; // u16 0x1234, on another form
 constexpr EFI_QUESTION_ID Missing = 0x99;
+constexpr EFI_STRING_ID Unreadable = 0x7777;
 
 struct Case {
   std::string Name;
@@ -60,9 +45,25 @@ struct Case {
 
 class ExpressionTest : public ModelTest {
 protected:
+  // The id of a text of the form set, added the first time it is named.
+  EFI_STRING_ID T(const std::u16string &Text) {
+    auto Found = Ids.find(Text);
+    return Found != Ids.end() ? Found->second : (Ids[Text] = S.Add(Text));
+  }
+  // A program that pushes these texts first.
+  std::function<void(IfrWriter &)> On(std::vector<std::u16string> Texts,
+                                      std::function<void(IfrWriter &)> Then) {
+    return [this, Texts, Then](IfrWriter &W) {
+      for (const std::u16string &Each : Texts) {
+        W.StringRef1(T(Each));
+      }
+      Then(W);
+    };
+  }
+
   // Loads a form set with the questions above on form 1 and form 2, and one rule per case on
-  // the forms behind them; then evaluates every case.
-  void Check(Strings &S, const std::vector<Case> &Cases) {
+  // the forms behind them; then evaluates every case with the user's access level AccessLevel.
+  void Check(const std::vector<Case> &Cases) {
     IfrWriter W;
     W.FormSet(SetGuid(), S.Add(u"Expressions"), 0, {}, true);
     W.Form(1, 1, true);
@@ -89,12 +90,13 @@ protected:
     W.End().End();
     FormSet *Set = Load(W, S);
     ASSERT_NE(Set, nullptr);
-    QuestionById(Set, Number16)->Value = MakeValue(EFI_IFR_TYPE_NUM_SIZE_16, 0x1234);
-    QuestionById(Set, Box)->Value = MakeValue(EFI_IFR_TYPE_BOOLEAN, 1);
-    QuestionById(Set, Text)->Value = MakeValue(EFI_IFR_TYPE_STRING, 0);
-    QuestionById(Set, Number32)->Value = MakeValue(EFI_IFR_TYPE_NUM_SIZE_32, 0x00051234);
+    QuestionById(Set, Number16)->Value = MakeValue(U16, 0x1234);
+    QuestionById(Set, Box)->Value = MakeValue(BOOL, 1);
+    QuestionById(Set, Text)->Value = MakeValue(STR, 0);
+    QuestionById(Set, Number32)->Value = MakeValue(U32, 0x00051234);
     QuestionById(Set, Clock)->Value = MakeValue(EFI_IFR_TYPE_TIME, 0x2D1E0C);
-    QuestionById(Set, Elsewhere)->Value = MakeValue(EFI_IFR_TYPE_NUM_SIZE_16, 0x1234);
+    QuestionById(Set, Elsewhere)->Value = MakeValue(U16, 0x1234);
+    UserAccessLevel = AccessLevel;
 
     for (size_t Index = 0; Index < Cases.size(); Index++) {
       const Case &Each = Cases[Index];
@@ -102,11 +104,11 @@ protected:
       Expression *Rule = FindRule(Owner, static_cast<UINT8>(1 + Index % CasesPerForm));
       ASSERT_NE(Rule, nullptr) << Each.Name;
       // What a failure leaves in Value: as it was.
-      Rule->Result = MakeValue(EFI_IFR_TYPE_NUM_SIZE_64, 0x5A5A5A5A5A5A5A5Aull);
+      Rule->Result = MakeValue(U64, 0x5A5A5A5A5A5A5A5Aull);
       EFI_STATUS Status = EvaluateExpression(Set, Owner, Rule);
       EXPECT_EQ(Status, Each.Status) << Each.Name;
       if (EFI_ERROR(Status)) {
-        EXPECT_EQ(Rule->Result.Type, EFI_IFR_TYPE_OTHER) << Each.Name;
+        EXPECT_EQ(Rule->Result.Type, UNDEF) << Each.Name;
         EXPECT_EQ(NumberOf(Rule->Result), 0x5A5A5A5A5A5A5A5Aull) << Each.Name;
         continue;
       }
@@ -121,652 +123,304 @@ protected:
     ReleaseFormSet(Set);
   }
 
+  // A form set of one form holding these rules, loaded.
+  FormSet *LoadRules(const std::function<void(IfrWriter &)> &Rules) {
+    IfrWriter W;
+    W.FormSet(SetGuid(), S.Add(u"Set"), 0, {}, true).Form(1, 1, true);
+    Rules(W);
+    W.End().End();
+    return Load(W, S);
+  }
+
   static constexpr size_t CasesPerForm = 200;
+  const EFI_GUID AccessLevel = TestGuid(0xC2);
+  Strings S;
+  std::map<std::u16string, EFI_STRING_ID> Ids;
 };
 
 TEST_F(ExpressionTest, LiteralsLogicAndComparisons) {
-  Strings S;
-  Texts T(S);
-  const EFI_GUID Foreign = TestGuid(0xC1);
-  std::vector<Case> Cases = {
+  Check({
       // Literals and the stack's end.
-      {"uint8", [](IfrWriter &W) { W.Uint8(0xF5); }, EFI_SUCCESS, 0, 0xF5},
-      {"uint16", [](IfrWriter &W) { W.Uint16(0xF234); }, EFI_SUCCESS, 1, 0xF234},
-      {"uint32", [](IfrWriter &W) { W.Uint32(0xF2345678); }, EFI_SUCCESS, 2, 0xF2345678},
-      {"uint64", [](IfrWriter &W) { W.Uint64(0xF23456789ABCDEF0); }, EFI_SUCCESS, 3,
-       0xF23456789ABCDEF0},
-      {"true", [](IfrWriter &W) { W.True(); }, EFI_SUCCESS, 4, 1},
-      {"false", [](IfrWriter &W) { W.False(); }, EFI_SUCCESS, 4, 0},
-      {"zero", [](IfrWriter &W) { W.Zero(); }, EFI_SUCCESS, 0, 0},
-      {"one", [](IfrWriter &W) { W.One(); }, EFI_SUCCESS, 0, 1},
-      {"ones", [](IfrWriter &W) { W.Ones(); }, EFI_SUCCESS, 3, AllOnes},
-      {"undefined is a result of its own", [](IfrWriter &W) { W.Undefined(); }, EFI_SUCCESS, 8, 0},
-      {"version", [](IfrWriter &W) { W.Version(); }, EFI_SUCCESS, 1, 0x0200},
-      {"string ref 1", [&](IfrWriter &W) { W.StringRef1(T(u"HELLO")); }, EFI_SUCCESS, 7, 0,
-       u"HELLO"},
+      {"uint8", IFR(Uint8(0xF5)), OK, U8, 0xF5},
+      {"uint16", IFR(Uint16(0xF234)), OK, U16, 0xF234},
+      {"uint32", IFR(Uint32(0xF2345678)), OK, U32, 0xF2345678},
+      {"uint64", IFR(Uint64(0xF23456789ABCDEF0)), OK, U64, 0xF23456789ABCDEF0},
+      {"true", IFR(True()), OK, BOOL, 1},
+      {"false", IFR(False()), OK, BOOL, 0},
+      {"zero", IFR(Zero()), OK, U8, 0},
+      {"one", IFR(One()), OK, U8, 1},
+      {"ones", IFR(Ones()), OK, U64, AllOnes},
+      {"undefined is a result of its own", IFR(Undefined()), OK, UNDEF, 0},
+      {"version", IFR(Version()), OK, U16, 0x0200},
+      {"string ref 1", IFR(StringRef1(T(u"HELLO"))), OK, STR, 0, u"HELLO"},
       {"no opcodes", [](IfrWriter &) {}, EFI_ACCESS_DENIED},
-      {"two values left", [](IfrWriter &W) { W.Uint8(1).Uint8(2); }, EFI_INVALID_PARAMETER},
+      {"two values left", IFR(Uint8(1).Uint8(2)), EFI_INVALID_PARAMETER},
 
       // Question tests.
-      {"eq id val, equal", [](IfrWriter &W) { W.EqIdVal(Number16, 0x1234); }, EFI_SUCCESS, 4, 1},
-      {"eq id val, not equal", [](IfrWriter &W) { W.EqIdVal(Number16, 0x1235); }, EFI_SUCCESS, 4,
-       0},
-      {"eq id val on a boolean", [](IfrWriter &W) { W.EqIdVal(Box, 1); }, EFI_SUCCESS, 4, 1},
-      {"eq id val on another form", [](IfrWriter &W) { W.EqIdVal(Elsewhere, 0x1234); }, EFI_SUCCESS,
-       4, 1},
-      {"eq id val, no such question", [](IfrWriter &W) { W.EqIdVal(Missing, 0); }, EFI_NOT_FOUND},
-      {"eq id val on a string question", [](IfrWriter &W) { W.EqIdVal(Text, 0); },
-       EFI_INVALID_PARAMETER},
-      {"eq id id, equal", [](IfrWriter &W) { W.EqIdId(Number16, Elsewhere); }, EFI_SUCCESS, 4, 1},
-      {"eq id id, not equal", [](IfrWriter &W) { W.EqIdId(Number16, Number32); }, EFI_SUCCESS, 4,
-       0},
-      {"eq id id, one missing", [](IfrWriter &W) { W.EqIdId(Number16, Missing); }, EFI_NOT_FOUND},
-      {"eq id id, string id 0", [](IfrWriter &W) { W.EqIdId(Text, Text); }, EFI_INVALID_PARAMETER},
-      {"eq id val list, found",
-       [](IfrWriter &W) {
-         W.EqIdValList(Number16, {1, 0x1234, 3});
-       },
-       EFI_SUCCESS, 4, 1},
-      {"eq id val list, absent",
-       [](IfrWriter &W) {
-         W.EqIdValList(Number16, {1, 2});
-       },
-       EFI_SUCCESS, 4, 0},
-      {"eq id val list, low 16 bits", [](IfrWriter &W) { W.EqIdValList(Number32, {0x1234}); },
-       EFI_SUCCESS, 4, 1},
-      {"eq id val list, empty", [](IfrWriter &W) { W.EqIdValList(Number16, {}); }, EFI_SUCCESS, 4,
-       0},
-      {"eq id val list, no such question", [](IfrWriter &W) { W.EqIdValList(Missing, {0}); },
-       EFI_NOT_FOUND},
+      {"eq id val, equal", IFR(EqIdVal(Number16, 0x1234)), OK, BOOL, 1},
+      {"eq id val, not equal", IFR(EqIdVal(Number16, 0x1235)), OK, BOOL, 0},
+      {"eq id val on a boolean", IFR(EqIdVal(Box, 1)), OK, BOOL, 1},
+      {"eq id val on another form", IFR(EqIdVal(Elsewhere, 0x1234)), OK, BOOL, 1},
+      {"eq id val, no such question", IFR(EqIdVal(Missing, 0)), EFI_NOT_FOUND},
+      {"eq id val on a string question", IFR(EqIdVal(Text, 0)), EFI_INVALID_PARAMETER},
+      {"eq id id, equal", IFR(EqIdId(Number16, Elsewhere)), OK, BOOL, 1},
+      {"eq id id, not equal", IFR(EqIdId(Number16, Number32)), OK, BOOL, 0},
+      {"eq id id, one missing", IFR(EqIdId(Number16, Missing)), EFI_NOT_FOUND},
+      {"eq id id, string id 0", IFR(EqIdId(Text, Text)), EFI_INVALID_PARAMETER},
+      {"eq id val list, found", IFR(EqIdValList(Number16, {1, 0x1234, 3})), OK, BOOL, 1},
+      {"eq id val list, absent", IFR(EqIdValList(Number16, {1, 2})), OK, BOOL, 0},
+      {"eq id val list, low 16 bits", IFR(EqIdValList(Number32, {0x1234})), OK, BOOL, 1},
+      {"eq id val list, empty", IFR(EqIdValList(Number16, {})), OK, BOOL, 0},
+      {"eq id val list, no such question", IFR(EqIdValList(Missing, {0})), EFI_NOT_FOUND},
 
       // Logic.
-      {"and", [](IfrWriter &W) { W.True().True().And(); }, EFI_SUCCESS, 4, 1},
-      {"and, one false", [](IfrWriter &W) { W.True().False().And(); }, EFI_SUCCESS, 4, 0},
-      {"or", [](IfrWriter &W) { W.False().True().Or(); }, EFI_SUCCESS, 4, 1},
-      {"or, both false", [](IfrWriter &W) { W.False().False().Or(); }, EFI_SUCCESS, 4, 0},
-      {"and, left a number", [](IfrWriter &W) { W.One().True().And(); }, EFI_INVALID_PARAMETER},
-      {"or, right a number", [](IfrWriter &W) { W.True().One().Or(); }, EFI_INVALID_PARAMETER},
-      {"and, one operand", [](IfrWriter &W) { W.True().And(); }, EFI_ACCESS_DENIED},
+      {"and", IFR(True().True().And()), OK, BOOL, 1},
+      {"and, one false", IFR(True().False().And()), OK, BOOL, 0},
+      {"or", IFR(False().True().Or()), OK, BOOL, 1},
+      {"or, both false", IFR(False().False().Or()), OK, BOOL, 0},
+      {"and, left a number", IFR(One().True().And()), EFI_INVALID_PARAMETER},
+      {"or, right a number", IFR(True().One().Or()), EFI_INVALID_PARAMETER},
+      {"and, one operand", IFR(True().And()), EFI_ACCESS_DENIED},
       // Right is tested before left is popped.
-      {"and, right undefined, left missing", [](IfrWriter &W) { W.Undefined().And(); },
-       EFI_INVALID_PARAMETER},
-      {"not", [](IfrWriter &W) { W.True().Not(); }, EFI_SUCCESS, 4, 0},
-      {"not, a number is no boolean", [](IfrWriter &W) { W.Zero().Not(); }, EFI_INVALID_PARAMETER},
-      {"not, nothing", [](IfrWriter &W) { W.Not(); }, EFI_ACCESS_DENIED},
+      {"and, right undefined, left missing", IFR(Undefined().And()), EFI_INVALID_PARAMETER},
+      {"not", IFR(True().Not()), OK, BOOL, 0},
+      {"not, a number is no boolean", IFR(Zero().Not()), EFI_INVALID_PARAMETER},
+      {"not, nothing", IFR(Not()), EFI_ACCESS_DENIED},
 
       // Comparisons.
-      {"equal across widths", [](IfrWriter &W) { W.Uint8(5).Uint64(5).Equal(); }, EFI_SUCCESS, 4,
-       1},
-      {"not equal", [](IfrWriter &W) { W.Uint8(5).Uint8(6).NotEqual(); }, EFI_SUCCESS, 4, 1},
-      {"less than", [](IfrWriter &W) { W.Uint8(5).Uint8(6).LessThan(); }, EFI_SUCCESS, 4, 1},
-      {"less equal, equal", [](IfrWriter &W) { W.Uint8(6).Uint8(6).LessEqual(); }, EFI_SUCCESS, 4,
-       1},
-      {"greater than", [](IfrWriter &W) { W.Uint16(7).Uint8(6).GreaterThan(); }, EFI_SUCCESS, 4, 1},
-      {"greater equal, less", [](IfrWriter &W) { W.Uint8(5).Uint8(6).GreaterEqual(); }, EFI_SUCCESS,
-       4, 0},
+      {"equal across widths", IFR(Uint8(5).Uint64(5).Equal()), OK, BOOL, 1},
+      {"not equal", IFR(Uint8(5).Uint8(6).NotEqual()), OK, BOOL, 1},
+      {"less than", IFR(Uint8(5).Uint8(6).LessThan()), OK, BOOL, 1},
+      {"less equal, equal", IFR(Uint8(6).Uint8(6).LessEqual()), OK, BOOL, 1},
+      {"greater than", IFR(Uint16(7).Uint8(6).GreaterThan()), OK, BOOL, 1},
+      {"greater equal, less", IFR(Uint8(5).Uint8(6).GreaterEqual()), OK, BOOL, 0},
       {"a distance of 2^63 compares opposite to the unsigned order",
-       [](IfrWriter &W) { W.Uint64(0x8000000000000000ull).Zero().GreaterThan(); }, EFI_SUCCESS, 4,
-       0},
-      {"ones is below one as a signed difference", [](IfrWriter &W) { W.Ones().One().LessThan(); },
-       EFI_SUCCESS, 4, 1},
-      {"a boolean against a number", [](IfrWriter &W) { W.True().One().Equal(); }, EFI_SUCCESS, 4,
-       1},
-      {"a string against a number", [&](IfrWriter &W) { W.StringRef1(T(u"A")).One().Equal(); },
+       IFR(Uint64(0x8000000000000000ull).Zero().GreaterThan()), OK, BOOL, 0},
+      {"ones is below one as a signed difference", IFR(Ones().One().LessThan()), OK, BOOL, 1},
+      {"a boolean against a number", IFR(True().One().Equal()), OK, BOOL, 1},
+      {"a string against a number", IFR(StringRef1(T(u"A")).One().Equal()), EFI_INVALID_PARAMETER},
+      {"a number against a string", IFR(One().StringRef1(T(u"A")).Equal()), EFI_INVALID_PARAMETER},
+      {"a time on the left", IFR(QuestionRef1(Clock).Uint32(0x2D1E0C).Equal()), OK, BOOL, 1},
+      {"a time on the right", IFR(Uint32(0x2D1E0C).QuestionRef1(Clock).Equal()),
        EFI_INVALID_PARAMETER},
-      {"a number against a string", [&](IfrWriter &W) { W.One().StringRef1(T(u"A")).Equal(); },
+      {"undefined on the right", IFR(One().Undefined().Equal()), EFI_INVALID_PARAMETER},
+      {"undefined on the left", IFR(Undefined().One().Equal()), EFI_INVALID_PARAMETER},
+      {"undefined on the right, before left is popped", IFR(Undefined().Equal()),
        EFI_INVALID_PARAMETER},
-      {"a time on the left", [](IfrWriter &W) { W.QuestionRef1(Clock).Uint32(0x2D1E0C).Equal(); },
-       EFI_SUCCESS, 4, 1},
-      {"a time on the right", [](IfrWriter &W) { W.Uint32(0x2D1E0C).QuestionRef1(Clock).Equal(); },
+      {"equal, one operand", IFR(One().Equal()), EFI_ACCESS_DENIED},
+      {"equal texts of two ids", IFR(StringRef1(T(u"ABC")).StringRef1(S.Add(u"ABC")).Equal()), OK,
+       BOOL, 1},
+      {"texts compare by code units", On({u"ABC", u"ABD"}, IFR(LessThan())), OK, BOOL, 1},
+      {"texts compare with case", On({u"abc", u"ABC"}, IFR(GreaterThan())), OK, BOOL, 1},
+      {"a prefix is less", On({u"AB", u"ABC"}, IFR(LessThan())), OK, BOOL, 1},
+      {"one id equals itself unread", IFR(StringRef1(Unreadable).StringRef1(Unreadable).Equal()),
+       OK, BOOL, 1},
+      {"an id that does not read", IFR(StringRef1(Unreadable).StringRef1(T(u"ABC")).Equal()),
        EFI_INVALID_PARAMETER},
-      {"undefined on the right", [](IfrWriter &W) { W.One().Undefined().Equal(); },
-       EFI_INVALID_PARAMETER},
-      {"undefined on the left", [](IfrWriter &W) { W.Undefined().One().Equal(); },
-       EFI_INVALID_PARAMETER},
-      {"undefined on the right, before left is popped", [](IfrWriter &W) { W.Undefined().Equal(); },
-       EFI_INVALID_PARAMETER},
-      {"equal, one operand", [](IfrWriter &W) { W.One().Equal(); }, EFI_ACCESS_DENIED},
-      {"equal texts of two ids",
-       [&](IfrWriter &W) { W.StringRef1(T(u"ABC")).StringRef1(S.Add(u"ABC")).Equal(); },
-       EFI_SUCCESS, 4, 1},
-      {"texts compare by code units",
-       [&](IfrWriter &W) { W.StringRef1(T(u"ABC")).StringRef1(T(u"ABD")).LessThan(); }, EFI_SUCCESS,
-       4, 1},
-      {"texts compare with case",
-       [&](IfrWriter &W) { W.StringRef1(T(u"abc")).StringRef1(T(u"ABC")).GreaterThan(); },
-       EFI_SUCCESS, 4, 1},
-      {"a prefix is less",
-       [&](IfrWriter &W) { W.StringRef1(T(u"AB")).StringRef1(T(u"ABC")).LessThan(); }, EFI_SUCCESS,
-       4, 1},
-      {"one id equals itself unread",
-       [](IfrWriter &W) { W.StringRef1(0x7777).StringRef1(0x7777).Equal(); }, EFI_SUCCESS, 4, 1},
-      {"an id that does not read",
-       [&](IfrWriter &W) { W.StringRef1(0x7777).StringRef1(T(u"ABC")).Equal(); },
-       EFI_INVALID_PARAMETER},
-      {"string id 0", [&](IfrWriter &W) { W.StringRef1(0).StringRef1(T(u"ABC")).Equal(); },
-       EFI_INVALID_PARAMETER},
+      {"string id 0", IFR(StringRef1(0).StringRef1(T(u"ABC")).Equal()), EFI_INVALID_PARAMETER},
 
       // References.
-      {"question ref 1", [](IfrWriter &W) { W.QuestionRef1(Number16); }, EFI_SUCCESS, 1, 0x1234},
-      {"question ref 1 on another form", [](IfrWriter &W) { W.QuestionRef1(Elsewhere); },
-       EFI_SUCCESS, 1, 0x1234},
-      {"question ref 1, missing", [](IfrWriter &W) { W.QuestionRef1(Missing); }, EFI_NOT_FOUND},
-      {"question ref 2", [](IfrWriter &W) { W.Uint8(Number32).QuestionRef2(); }, EFI_SUCCESS, 2,
-       0x00051234},
-      {"question ref 2, a u64 id", [](IfrWriter &W) { W.Uint64(Box).QuestionRef2(); }, EFI_SUCCESS,
-       4, 1},
-      {"question ref 2, a boolean id", [](IfrWriter &W) { W.True().QuestionRef2(); },
+      {"question ref 1", IFR(QuestionRef1(Number16)), OK, U16, 0x1234},
+      {"question ref 1 on another form", IFR(QuestionRef1(Elsewhere)), OK, U16, 0x1234},
+      {"question ref 1, missing", IFR(QuestionRef1(Missing)), EFI_NOT_FOUND},
+      {"question ref 2", IFR(Uint8(Number32).QuestionRef2()), OK, U32, 0x00051234},
+      {"question ref 2, a u64 id", IFR(Uint64(Box).QuestionRef2()), OK, BOOL, 1},
+      {"question ref 2, a boolean id", IFR(True().QuestionRef2()), EFI_NOT_FOUND},
+      {"question ref 2, an id above 16 bits", IFR(Uint32(0x10000 + Number16).QuestionRef2()),
        EFI_NOT_FOUND},
-      {"question ref 2, an id above 16 bits",
-       [](IfrWriter &W) { W.Uint32(0x10000 + Number16).QuestionRef2(); }, EFI_NOT_FOUND},
-      {"question ref 2, missing", [](IfrWriter &W) { W.Uint16(Missing).QuestionRef2(); },
-       EFI_NOT_FOUND},
-      {"question ref 2, nothing to pop", [](IfrWriter &W) { W.QuestionRef2(); }, EFI_ACCESS_DENIED},
-      {"question ref 3", [](IfrWriter &W) { W.Uint16(Number16).QuestionRef3(); }, EFI_SUCCESS, 1,
-       0x1234},
+      {"question ref 2, missing", IFR(Uint16(Missing).QuestionRef2()), EFI_NOT_FOUND},
+      {"question ref 2, nothing to pop", IFR(QuestionRef2()), EFI_ACCESS_DENIED},
+      {"question ref 3", IFR(Uint16(Number16).QuestionRef3()), OK, U16, 0x1234},
       {"question ref 3 with a GUID and no path",
-       [&](IfrWriter &W) { W.Uint16(Number16).QuestionRef3(0, Foreign); }, EFI_SUCCESS, 1, 0x1234},
-      {"question ref 3 with a path pops nothing", [](IfrWriter &W) { W.QuestionRef3(5); },
-       EFI_SUCCESS, 0, 0},
-      {"question ref 3 with a path leaves what was there",
-       [](IfrWriter &W) { W.Uint16(Number16).QuestionRef3(5); }, EFI_INVALID_PARAMETER},
-      {"string ref 2", [&](IfrWriter &W) { W.Uint16(T(u"HELLO")).StringRef2(); }, EFI_SUCCESS, 7, 0,
-       u"HELLO"},
-      {"string ref 2 of an id that does not read",
-       [](IfrWriter &W) { W.Uint16(0x7777).StringRef2(); }, EFI_SUCCESS, 7, 0, u""},
-      {"string ref 2 of a boolean", [](IfrWriter &W) { W.True().StringRef2(); }, EFI_NOT_FOUND},
-      {"string ref 2 above 16 bits", [](IfrWriter &W) { W.Uint32(0x10001).StringRef2(); },
-       EFI_NOT_FOUND},
-      {"rule ref to no rule", [](IfrWriter &W) { W.RuleRef(250); }, EFI_NOT_FOUND},
+       IFR(Uint16(Number16).QuestionRef3(0, TestGuid(0xC1))), OK, U16, 0x1234},
+      {"question ref 3 with a path pops nothing", IFR(QuestionRef3(5)), OK, U8, 0},
+      {"question ref 3 with a path leaves what was there", IFR(Uint16(Number16).QuestionRef3(5)),
+       EFI_INVALID_PARAMETER},
+      {"string ref 2", IFR(Uint16(T(u"HELLO")).StringRef2()), OK, STR, 0, u"HELLO"},
+      {"string ref 2 of an id that does not read", IFR(Uint16(Unreadable).StringRef2()), OK, STR, 0,
+       u""},
+      {"string ref 2 of a boolean", IFR(True().StringRef2()), EFI_NOT_FOUND},
+      {"string ref 2 above 16 bits", IFR(Uint32(0x10001).StringRef2()), EFI_NOT_FOUND},
+      {"rule ref to no rule", IFR(RuleRef(250)), EFI_NOT_FOUND},
 
       // Conditional, length, dup, security, and the opcodes that store nothing.
-      {"conditional, true", [](IfrWriter &W) { W.True().Uint8(1).Uint8(2).Conditional(); },
-       EFI_SUCCESS, 0, 2},
-      {"conditional, false", [](IfrWriter &W) { W.False().Uint8(1).Uint8(2).Conditional(); },
-       EFI_SUCCESS, 0, 1},
-      {"conditional of any types",
-       [&](IfrWriter &W) { W.True().Undefined().StringRef1(T(u"X")).Conditional(); }, EFI_SUCCESS,
-       7, 0, u"X"},
-      {"conditional on a number", [](IfrWriter &W) { W.One().Uint8(1).Uint8(2).Conditional(); },
+      {"conditional, true", IFR(True().Uint8(1).Uint8(2).Conditional()), OK, U8, 2},
+      {"conditional, false", IFR(False().Uint8(1).Uint8(2).Conditional()), OK, U8, 1},
+      {"conditional of any types", IFR(True().Undefined().StringRef1(T(u"X")).Conditional()), OK,
+       STR, 0, u"X"},
+      {"conditional on a number", IFR(One().Uint8(1).Uint8(2).Conditional()),
        EFI_INVALID_PARAMETER},
-      {"conditional, two operands", [](IfrWriter &W) { W.Uint8(1).Uint8(2).Conditional(); },
-       EFI_ACCESS_DENIED},
-      {"length", [&](IfrWriter &W) { W.StringRef1(T(u"HELLO")).Length(); }, EFI_SUCCESS, 3, 5},
-      {"length of nothing", [&](IfrWriter &W) { W.StringRef1(T(u"")).Length(); }, EFI_SUCCESS, 3,
-       0},
-      {"length of a number", [](IfrWriter &W) { W.One().Length(); }, EFI_INVALID_PARAMETER},
-      {"length of an id that does not read", [](IfrWriter &W) { W.StringRef1(0x7777).Length(); },
+      {"conditional, two operands", IFR(Uint8(1).Uint8(2).Conditional()), EFI_ACCESS_DENIED},
+      {"length", IFR(StringRef1(T(u"HELLO")).Length()), OK, U64, 5},
+      {"length of nothing", IFR(StringRef1(T(u"")).Length()), OK, U64, 0},
+      {"length of a number", IFR(One().Length()), EFI_INVALID_PARAMETER},
+      {"length of an id that does not read", IFR(StringRef1(Unreadable).Length()),
        EFI_INVALID_PARAMETER},
-      {"dup", [](IfrWriter &W) { W.Uint8(3).Dup().Add(); }, EFI_SUCCESS, 3, 6},
-      {"dup of nothing", [](IfrWriter &W) { W.Dup(); }, EFI_ACCESS_DENIED},
-      {"security, another level", [&](IfrWriter &W) { W.Security(Foreign); }, EFI_SUCCESS, 4, 0},
-      {"get", [](IfrWriter &W) { W.Get(); }, EFI_SUCCESS, 4, 0},
-      {"read leaves its operand", [](IfrWriter &W) { W.One().Read(); }, EFI_INVALID_PARAMETER},
-      {"set and write are false", [](IfrWriter &W) { W.Set().Write().Or(); }, EFI_SUCCESS, 4, 0},
-  };
-  Check(S, Cases);
+      {"dup", IFR(Uint8(3).Dup().Add()), OK, U64, 6},
+      {"dup of nothing", IFR(Dup()), EFI_ACCESS_DENIED},
+      {"security, the user's level", IFR(Security(AccessLevel)), OK, BOOL, 1},
+      {"security, another level", IFR(Security(TestGuid(0xC1))), OK, BOOL, 0},
+      {"get", IFR(Get()), OK, BOOL, 0},
+      {"read leaves its operand", IFR(One().Read()), EFI_INVALID_PARAMETER},
+      {"set and write are false", IFR(Set().Write().Or()), OK, BOOL, 0},
+  });
 }
 
 TEST_F(ExpressionTest, Arithmetic) {
-  Strings S;
-  Texts T(S);
-  std::vector<Case> Cases = {
-      {"add", [](IfrWriter &W) { W.Uint8(250).Uint8(10).Add(); }, EFI_SUCCESS, 3, 260},
-      {"add wraps", [](IfrWriter &W) { W.Ones().Uint8(2).Add(); }, EFI_SUCCESS, 3, 1},
-      {"subtract wraps", [](IfrWriter &W) { W.Uint8(1).Uint8(2).Subtract(); }, EFI_SUCCESS, 3,
-       AllOnes},
-      {"subtract, left minus right", [](IfrWriter &W) { W.Uint8(9).Uint8(2).Subtract(); },
-       EFI_SUCCESS, 3, 7},
-      {"bitwise and", [](IfrWriter &W) { W.Uint16(0xFF0F).Uint8(0x3C).BitwiseAnd(); }, EFI_SUCCESS,
-       3, 0x0C},
-      {"bitwise or", [](IfrWriter &W) { W.Uint16(0xF000).Uint8(0x3C).BitwiseOr(); }, EFI_SUCCESS, 3,
-       0xF03C},
-      {"bitwise not", [](IfrWriter &W) { W.Zero().BitwiseNot(); }, EFI_SUCCESS, 3, AllOnes},
-      {"bitwise not of a boolean", [](IfrWriter &W) { W.True().BitwiseNot(); }, EFI_SUCCESS, 3,
-       ~1ull},
-      {"bitwise not of a string", [&](IfrWriter &W) { W.StringRef1(T(u"A")).BitwiseNot(); },
-       EFI_INVALID_PARAMETER},
-      {"shift left", [](IfrWriter &W) { W.One().Uint8(4).ShiftLeft(); }, EFI_SUCCESS, 3, 16},
-      {"shift left loses the high bits", [](IfrWriter &W) { W.Ones().Uint8(60).ShiftLeft(); },
-       EFI_SUCCESS, 3, 0xF000000000000000ull},
-      {"a shift by 64 is a shift by 0", [](IfrWriter &W) { W.One().Uint8(64).ShiftLeft(); },
-       EFI_SUCCESS, 3, 1},
-      {"a shift by 65 is a shift by 1", [](IfrWriter &W) { W.One().Uint8(65).ShiftLeft(); },
-       EFI_SUCCESS, 3, 2},
-      {"shift right is logical", [](IfrWriter &W) { W.Ones().Uint8(60).ShiftRight(); }, EFI_SUCCESS,
-       3, 0xF},
-      {"multiply", [](IfrWriter &W) { W.Uint8(3).Uint8(4).Multiply(); }, EFI_SUCCESS, 3, 12},
-      {"a multiplier counts by its low 32 bits",
-       [](IfrWriter &W) { W.Uint8(7).Uint64(0x100000000ull).Multiply(); }, EFI_SUCCESS, 3, 0},
-      {"a multiplier's low 32 bits",
-       [](IfrWriter &W) { W.Uint8(7).Uint64(0x100000002ull).Multiply(); }, EFI_SUCCESS, 3, 14},
-      {"multiply keeps 64 bits",
-       [](IfrWriter &W) { W.Uint64(0x100000000ull).Uint32(0x10).Multiply(); }, EFI_SUCCESS, 3,
+  Check({
+      {"add", IFR(Uint8(250).Uint8(10).Add()), OK, U64, 260},
+      {"add wraps", IFR(Ones().Uint8(2).Add()), OK, U64, 1},
+      {"subtract wraps", IFR(Uint8(1).Uint8(2).Subtract()), OK, U64, AllOnes},
+      {"subtract, left minus right", IFR(Uint8(9).Uint8(2).Subtract()), OK, U64, 7},
+      {"bitwise and", IFR(Uint16(0xFF0F).Uint8(0x3C).BitwiseAnd()), OK, U64, 0x0C},
+      {"bitwise or", IFR(Uint16(0xF000).Uint8(0x3C).BitwiseOr()), OK, U64, 0xF03C},
+      {"bitwise not", IFR(Zero().BitwiseNot()), OK, U64, AllOnes},
+      {"bitwise not of a boolean", IFR(True().BitwiseNot()), OK, U64, ~1ull},
+      {"bitwise not of a string", IFR(StringRef1(T(u"A")).BitwiseNot()), EFI_INVALID_PARAMETER},
+      {"shift left", IFR(One().Uint8(4).ShiftLeft()), OK, U64, 16},
+      {"shift left loses the high bits", IFR(Ones().Uint8(60).ShiftLeft()), OK, U64,
+       0xF000000000000000ull},
+      {"a shift by 64 is a shift by 0", IFR(One().Uint8(64).ShiftLeft()), OK, U64, 1},
+      {"a shift by 65 is a shift by 1", IFR(One().Uint8(65).ShiftLeft()), OK, U64, 2},
+      {"shift right is logical", IFR(Ones().Uint8(60).ShiftRight()), OK, U64, 0xF},
+      {"multiply", IFR(Uint8(3).Uint8(4).Multiply()), OK, U64, 12},
+      {"a multiplier counts by its low 32 bits", IFR(Uint8(7).Uint64(0x100000000ull).Multiply()),
+       OK, U64, 0},
+      {"a multiplier's low 32 bits", IFR(Uint8(7).Uint64(0x100000002ull).Multiply()), OK, U64, 14},
+      {"multiply keeps 64 bits", IFR(Uint64(0x100000000ull).Uint32(0x10).Multiply()), OK, U64,
        0x1000000000ull},
-      {"divide", [](IfrWriter &W) { W.Uint8(100).Uint8(7).Divide(); }, EFI_SUCCESS, 3, 14},
-      {"divide by 0 is all ones", [](IfrWriter &W) { W.Uint8(5).Zero().Divide(); }, EFI_SUCCESS, 3,
-       AllOnes},
-      {"a divisor counts by its low 32 bits",
-       [](IfrWriter &W) { W.Uint8(100).Uint64(0x100000002ull).Divide(); }, EFI_SUCCESS, 3, 50},
-      {"a 64-bit dividend", [](IfrWriter &W) { W.Uint64(0x1000000000ull).Uint8(16).Divide(); },
-       EFI_SUCCESS, 3, 0x100000000ull},
-      {"modulo", [](IfrWriter &W) { W.Uint8(100).Uint8(7).Modulo(); }, EFI_SUCCESS, 3, 2},
-      {"modulo 0 gives the dividend", [](IfrWriter &W) { W.Uint8(5).Zero().Modulo(); }, EFI_SUCCESS,
-       3, 5},
-      {"modulo 0 gives the dividend's low 32 bits",
-       [](IfrWriter &W) { W.Uint64(0x100000005ull).Zero().Modulo(); }, EFI_SUCCESS, 3, 5},
-      {"modulo of a 64-bit dividend",
-       [](IfrWriter &W) { W.Uint64(0x100000000ull).Uint8(7).Modulo(); }, EFI_SUCCESS, 3,
+      {"divide", IFR(Uint8(100).Uint8(7).Divide()), OK, U64, 14},
+      {"divide by 0 is all ones", IFR(Uint8(5).Zero().Divide()), OK, U64, AllOnes},
+      {"a divisor counts by its low 32 bits", IFR(Uint8(100).Uint64(0x100000002ull).Divide()), OK,
+       U64, 50},
+      {"a 64-bit dividend", IFR(Uint64(0x1000000000ull).Uint8(16).Divide()), OK, U64,
+       0x100000000ull},
+      {"modulo", IFR(Uint8(100).Uint8(7).Modulo()), OK, U64, 2},
+      {"modulo 0 gives the dividend", IFR(Uint8(5).Zero().Modulo()), OK, U64, 5},
+      {"modulo 0 gives the dividend's low 32 bits", IFR(Uint64(0x100000005ull).Zero().Modulo()), OK,
+       U64, 5},
+      {"modulo of a 64-bit dividend", IFR(Uint64(0x100000000ull).Uint8(7).Modulo()), OK, U64,
        0x100000000ull % 7},
-      {"a boolean counts as its byte", [](IfrWriter &W) { W.True().One().Add(); }, EFI_SUCCESS, 3,
-       2},
-      {"a time counts as its bytes", [](IfrWriter &W) { W.QuestionRef1(Clock).Zero().Add(); },
-       EFI_SUCCESS, 3, 0x2D1E0C},
-      {"a string is refused", [&](IfrWriter &W) { W.One().StringRef1(T(u"A")).Add(); },
-       EFI_INVALID_PARAMETER},
-      {"undefined is refused", [](IfrWriter &W) { W.Undefined().One().Multiply(); },
-       EFI_INVALID_PARAMETER},
-      {"one operand", [](IfrWriter &W) { W.One().Subtract(); }, EFI_ACCESS_DENIED},
-  };
-  Check(S, Cases);
+      {"a boolean counts as its byte", IFR(True().One().Add()), OK, U64, 2},
+      {"a time counts as its bytes", IFR(QuestionRef1(Clock).Zero().Add()), OK, U64, 0x2D1E0C},
+      {"a string is refused", IFR(One().StringRef1(T(u"A")).Add()), EFI_INVALID_PARAMETER},
+      {"undefined is refused", IFR(Undefined().One().Multiply()), EFI_INVALID_PARAMETER},
+      {"one operand", IFR(One().Subtract()), EFI_ACCESS_DENIED},
+  });
 }
 
 TEST_F(ExpressionTest, StringAndConversionOperators) {
-  Strings S;
-  Texts T(S);
-  auto Str = [&](IfrWriter &W, const std::u16string &Text) { W.StringRef1(T(Text)); };
-  std::vector<Case> Cases = {
+  Check({
       // To string.
-      {"u8 255, format 0", [](IfrWriter &W) { W.Uint8(255).ToString(0); }, EFI_SUCCESS, 7, 0,
-       u"255"},
-      {"all ones, format 0, is signed", [](IfrWriter &W) { W.Ones().ToString(0); }, EFI_SUCCESS, 7,
-       0, u"-1"},
-      {"all ones, format 1", [](IfrWriter &W) { W.Ones().ToString(1); }, EFI_SUCCESS, 7, 0, u"-1"},
-      {"format 2", [](IfrWriter &W) { W.Uint32(0xAB).ToString(2); }, EFI_SUCCESS, 7, 0, u"AB"},
-      {"format 3, unpadded", [](IfrWriter &W) { W.Uint32(0xAB).ToString(3); }, EFI_SUCCESS, 7, 0,
-       u"AB"},
-      {"an unknown format", [](IfrWriter &W) { W.One().ToString(4); }, EFI_UNSUPPORTED},
-      {"true", [](IfrWriter &W) { W.True().ToString(0); }, EFI_SUCCESS, 7, 0, u"True"},
-      {"false, whatever the format", [](IfrWriter &W) { W.False().ToString(9); }, EFI_SUCCESS, 7, 0,
-       u"False"},
-      {"a string stays itself", [&](IfrWriter &W) { W.StringRef1(T(u"Same")).ToString(0); },
-       EFI_SUCCESS, 7, 0, u"Same"},
-      {"a time", [](IfrWriter &W) { W.QuestionRef1(Clock).ToString(0); }, EFI_UNSUPPORTED},
-      {"undefined", [](IfrWriter &W) { W.Undefined().ToString(0); }, EFI_UNSUPPORTED},
+      {"u8 255, format 0", IFR(Uint8(255).ToString(0)), OK, STR, 0, u"255"},
+      {"all ones, format 0, is signed", IFR(Ones().ToString(0)), OK, STR, 0, u"-1"},
+      {"all ones, format 1", IFR(Ones().ToString(1)), OK, STR, 0, u"-1"},
+      {"format 2", IFR(Uint32(0xAB).ToString(2)), OK, STR, 0, u"AB"},
+      // A past fault: format 3 padded to sixteen digits.
+      {"format 3, unpadded", IFR(Uint32(0xAB).ToString(3)), OK, STR, 0, u"AB"},
+      {"an unknown format", IFR(One().ToString(4)), EFI_UNSUPPORTED},
+      {"true", IFR(True().ToString(0)), OK, STR, 0, u"True"},
+      {"false, whatever the format", IFR(False().ToString(9)), OK, STR, 0, u"False"},
+      {"a string stays itself", On({u"Same"}, IFR(ToString(0))), OK, STR, 0, u"Same"},
+      {"a time", IFR(QuestionRef1(Clock).ToString(0)), EFI_UNSUPPORTED},
+      {"undefined", IFR(Undefined().ToString(0)), EFI_UNSUPPORTED},
 
       // To uint.
-      {"decimal text is not converted",
-       [&](IfrWriter &W) {
-         Str(W, u"123");
-         W.ToUint();
-       },
-       EFI_SUCCESS, 3, 0},
-      {"hexadecimal text",
-       [&](IfrWriter &W) {
-         Str(W, u"0x1F");
-         W.ToUint();
-       },
-       EFI_SUCCESS, 3, 31},
-      {"the prefix anywhere, digits to a blank",
-       [&](IfrWriter &W) {
-         Str(W, u"size 0X10 bytes");
-         W.ToUint();
-       },
-       EFI_SUCCESS, 3, 16},
-      {"a prefix without digits",
-       [&](IfrWriter &W) {
-         Str(W, u"0x");
-         W.ToUint();
-       },
-       EFI_SUCCESS, 3, 0},
-      {"sixteen digits",
-       [&](IfrWriter &W) {
-         Str(W, u"0xfedcba9876543210");
-         W.ToUint();
-       },
-       EFI_SUCCESS, 3, 0xFEDCBA9876543210ull},
-      {"seventeen digits",
-       [&](IfrWriter &W) {
-         Str(W, u"0x1fedcba9876543210");
-         W.ToUint();
-       },
-       EFI_BUFFER_TOO_SMALL},
-      {"a number keeps its bytes", [](IfrWriter &W) { W.Uint8(5).ToUint(); }, EFI_SUCCESS, 3, 5},
-      {"a boolean keeps its byte", [](IfrWriter &W) { W.True().ToUint(); }, EFI_SUCCESS, 3, 1},
-      {"undefined", [](IfrWriter &W) { W.Undefined().ToUint(); }, EFI_UNSUPPORTED},
-      {"a string that does not read", [](IfrWriter &W) { W.StringRef1(0x7777).ToUint(); },
-       EFI_NOT_FOUND},
+      {"decimal text is not converted", On({u"123"}, IFR(ToUint())), OK, U64, 0},
+      {"hexadecimal text", On({u"0x1F"}, IFR(ToUint())), OK, U64, 31},
+      {"the prefix anywhere, digits to a blank", On({u"size 0X10 bytes"}, IFR(ToUint())), OK, U64,
+       16},
+      {"a prefix without digits", On({u"0x"}, IFR(ToUint())), OK, U64, 0},
+      {"sixteen digits", On({u"0xfedcba9876543210"}, IFR(ToUint())), OK, U64,
+       0xFEDCBA9876543210ull},
+      {"seventeen digits", On({u"0x1fedcba9876543210"}, IFR(ToUint())), EFI_BUFFER_TOO_SMALL},
+      {"a number keeps its bytes", IFR(Uint8(5).ToUint()), OK, U64, 5},
+      {"a boolean keeps its byte", IFR(True().ToUint()), OK, U64, 1},
+      {"undefined", IFR(Undefined().ToUint()), EFI_UNSUPPORTED},
+      {"a string that does not read", IFR(StringRef1(Unreadable).ToUint()), EFI_NOT_FOUND},
 
       // To boolean.
-      {"true",
-       [&](IfrWriter &W) {
-         Str(W, u"true");
-         W.ToBoolean();
-       },
-       EFI_SUCCESS, 4, 1},
-      {"false",
-       [&](IfrWriter &W) {
-         Str(W, u"false");
-         W.ToBoolean();
-       },
-       EFI_SUCCESS, 4, 0},
-      {"True in capitals",
-       [&](IfrWriter &W) {
-         Str(W, u"True");
-         W.ToBoolean();
-       },
-       EFI_SUCCESS, 4, 0},
-      {"empty text",
-       [&](IfrWriter &W) {
-         Str(W, u"");
-         W.ToBoolean();
-       },
-       EFI_SUCCESS, 4, 0},
-      {"zero", [](IfrWriter &W) { W.Zero().ToBoolean(); }, EFI_SUCCESS, 4, 0},
-      {"a high bit", [](IfrWriter &W) { W.Uint64(1ull << 63).ToBoolean(); }, EFI_SUCCESS, 4, 1},
-      {"undefined stays undefined", [](IfrWriter &W) { W.Undefined().ToBoolean(); }, EFI_SUCCESS, 8,
-       0},
-      {"a string that does not read", [](IfrWriter &W) { W.StringRef1(0x7777).ToBoolean(); },
+      {"true", On({u"true"}, IFR(ToBoolean())), OK, BOOL, 1},
+      {"false", On({u"false"}, IFR(ToBoolean())), OK, BOOL, 0},
+      {"True in capitals", On({u"True"}, IFR(ToBoolean())), OK, BOOL, 0},
+      {"empty text", On({u""}, IFR(ToBoolean())), OK, BOOL, 0},
+      {"zero", IFR(Zero().ToBoolean()), OK, BOOL, 0},
+      {"a high bit", IFR(Uint64(1ull << 63).ToBoolean()), OK, BOOL, 1},
+      {"undefined stays undefined", IFR(Undefined().ToBoolean()), OK, UNDEF, 0},
+      {"a string that does not read", IFR(StringRef1(Unreadable).ToBoolean()),
        EFI_INVALID_PARAMETER},
 
       // Catenate, case.
-      {"catenate",
-       [&](IfrWriter &W) {
-         Str(W, u"AB");
-         Str(W, u"CD");
-         W.Catenate();
-       },
-       EFI_SUCCESS, 7, 0, u"ABCD"},
-      {"catenate a number",
-       [&](IfrWriter &W) {
-         W.One();
-         Str(W, u"CD");
-         W.Catenate();
-       },
-       EFI_UNSUPPORTED},
-      {"catenate, a string that does not read",
-       [&](IfrWriter &W) {
-         Str(W, u"AB");
-         W.StringRef1(0x7777).Catenate();
-       },
+      {"catenate", On({u"AB", u"CD"}, IFR(Catenate())), OK, STR, 0, u"ABCD"},
+      {"catenate a number", IFR(One().StringRef1(T(u"CD")).Catenate()), EFI_UNSUPPORTED},
+      {"catenate, a string that does not read", On({u"AB"}, IFR(StringRef1(Unreadable).Catenate())),
        EFI_NOT_FOUND},
-      {"to upper",
-       [&](IfrWriter &W) {
-         Str(W, u"Hello1");
-         W.ToUpper();
-       },
-       EFI_SUCCESS, 7, 0, u"HELLO1"},
-      {"to lower",
-       [&](IfrWriter &W) {
-         Str(W, u"Hello1");
-         W.ToLower();
-       },
-       EFI_SUCCESS, 7, 0, u"hello1"},
-      {"to upper of a number", [](IfrWriter &W) { W.One().ToUpper(); }, EFI_UNSUPPORTED},
-      {"to lower, a string that does not read",
-       [](IfrWriter &W) { W.StringRef1(0x7777).ToLower(); }, EFI_NOT_FOUND},
+      {"to upper", On({u"Hello1"}, IFR(ToUpper())), OK, STR, 0, u"HELLO1"},
+      {"to lower", On({u"Hello1"}, IFR(ToLower())), OK, STR, 0, u"hello1"},
+      {"to upper of a number", IFR(One().ToUpper()), EFI_UNSUPPORTED},
+      {"to lower, a string that does not read", IFR(StringRef1(Unreadable).ToLower()),
+       EFI_NOT_FOUND},
 
       // Match: the value popped first is the string, the one under it the pattern.
-      {"match",
-       [&](IfrWriter &W) {
-         Str(W, u"H*O");
-         Str(W, u"HELLO");
-         W.Match();
-       },
-       EFI_SUCCESS, 4, 1},
-      {"match, operands the other way",
-       [&](IfrWriter &W) {
-         Str(W, u"HELLO");
-         Str(W, u"H*O");
-         W.Match();
-       },
-       EFI_SUCCESS, 4, 0},
-      {"match a number",
-       [&](IfrWriter &W) {
-         Str(W, u"*");
-         W.One().Match();
-       },
-       EFI_UNSUPPORTED},
+      {"match", On({u"H*O", u"HELLO"}, IFR(Match())), OK, BOOL, 1},
+      {"match, operands the other way", On({u"HELLO", u"H*O"}, IFR(Match())), OK, BOOL, 0},
+      {"match a number", On({u"*"}, IFR(One().Match())), EFI_UNSUPPORTED},
 
       // Find: text, what to find, start.
-      {"find ignoring case",
-       [&](IfrWriter &W) {
-         Str(W, u"ABC");
-         Str(W, u"b");
-         W.Zero().Find(1);
-       },
-       EFI_SUCCESS, 3, 1},
-      {"find with case",
-       [&](IfrWriter &W) {
-         Str(W, u"ABC");
-         Str(W, u"b");
-         W.Zero().Find(0);
-       },
-       EFI_SUCCESS, 3, AllOnes},
-      {"find from a start",
-       [&](IfrWriter &W) {
-         Str(W, u"ABAB");
-         Str(W, u"AB");
-         W.One().Find(0);
-       },
-       EFI_SUCCESS, 3, 2},
-      {"find from the end",
-       [&](IfrWriter &W) {
-         Str(W, u"ABC");
-         Str(W, u"C");
-         W.Uint8(3).Find(0);
-       },
-       EFI_SUCCESS, 3, AllOnes},
-      {"find nothing",
-       [&](IfrWriter &W) {
-         Str(W, u"ABC");
-         Str(W, u"");
-         W.One().Find(0);
-       },
-       EFI_SUCCESS, 3, 1},
-      {"find, an unknown format before any pop", [](IfrWriter &W) { W.Find(2); }, EFI_UNSUPPORTED},
-      {"find, a boolean start",
-       [&](IfrWriter &W) {
-         Str(W, u"A");
-         Str(W, u"A");
-         W.True().Find(0);
-       },
-       EFI_UNSUPPORTED},
-      {"find in a number",
-       [&](IfrWriter &W) {
-         W.One();
-         Str(W, u"A");
-         W.Zero().Find(0);
-       },
-       EFI_UNSUPPORTED},
+      {"find ignoring case", On({u"ABC", u"b"}, IFR(Zero().Find(1))), OK, U64, 1},
+      {"find with case", On({u"ABC", u"b"}, IFR(Zero().Find(0))), OK, U64, AllOnes},
+      {"find from a start", On({u"ABAB", u"AB"}, IFR(One().Find(0))), OK, U64, 2},
+      {"find from the end", On({u"ABC", u"C"}, IFR(Uint8(3).Find(0))), OK, U64, AllOnes},
+      {"find nothing", On({u"ABC", u""}, IFR(One().Find(0))), OK, U64, 1},
+      {"find, an unknown format before any pop", IFR(Find(2)), EFI_UNSUPPORTED},
+      {"find, a boolean start", On({u"A", u"A"}, IFR(True().Find(0))), EFI_UNSUPPORTED},
+      {"find in a number", IFR(One().StringRef1(T(u"A")).Zero().Find(0)), EFI_UNSUPPORTED},
 
       // Mid: text, position, length.
-      {"mid",
-       [&](IfrWriter &W) {
-         Str(W, u"HELLO");
-         W.Uint8(1).Uint8(3).Mid();
-       },
-       EFI_SUCCESS, 7, 0, u"ELL"},
-      {"mid past the end",
-       [&](IfrWriter &W) {
-         Str(W, u"HELLO");
-         W.Uint8(1).Uint8(10).Mid();
-       },
-       EFI_SUCCESS, 7, 0, u"ELLO"},
-      {"mid at the end",
-       [&](IfrWriter &W) {
-         Str(W, u"HELLO");
-         W.Uint8(5).Uint8(1).Mid();
-       },
-       EFI_SUCCESS, 7, 0, u""},
-      {"mid of length 0",
-       [&](IfrWriter &W) {
-         Str(W, u"HELLO");
-         W.Zero().Zero().Mid();
-       },
-       EFI_SUCCESS, 7, 0, u""},
-      {"mid, a length of all ones",
-       [&](IfrWriter &W) {
-         Str(W, u"HELLO");
-         W.Uint8(2).Ones().Mid();
-       },
-       EFI_SUCCESS, 7, 0, u"LLO"},
-      {"mid of a number", [](IfrWriter &W) { W.One().Zero().One().Mid(); }, EFI_UNSUPPORTED},
-      {"mid, a string position",
-       [&](IfrWriter &W) {
-         Str(W, u"A");
-         Str(W, u"A");
-         W.One().Mid();
-       },
-       EFI_UNSUPPORTED},
+      {"mid", On({u"HELLO"}, IFR(Uint8(1).Uint8(3).Mid())), OK, STR, 0, u"ELL"},
+      {"mid past the end", On({u"HELLO"}, IFR(Uint8(1).Uint8(10).Mid())), OK, STR, 0, u"ELLO"},
+      {"mid at the end", On({u"HELLO"}, IFR(Uint8(5).Uint8(1).Mid())), OK, STR, 0, u""},
+      {"mid of length 0", On({u"HELLO"}, IFR(Zero().Zero().Mid())), OK, STR, 0, u""},
+      {"mid, a length of all ones", On({u"HELLO"}, IFR(Uint8(2).Ones().Mid())), OK, STR, 0, u"LLO"},
+      {"mid of a number", IFR(One().Zero().One().Mid()), EFI_UNSUPPORTED},
+      {"mid, a string position", On({u"A", u"A"}, IFR(One().Mid())), EFI_UNSUPPORTED},
 
       // Token: text, delimiter, index.
-      {"token 0",
-       [&](IfrWriter &W) {
-         Str(W, u"A,B,C");
-         Str(W, u",");
-         W.Zero().Token();
-       },
-       EFI_SUCCESS, 7, 0, u"A"},
-      {"token 1",
-       [&](IfrWriter &W) {
-         Str(W, u"A,B,C");
-         Str(W, u",");
-         W.Uint8(1).Token();
-       },
-       EFI_SUCCESS, 7, 0, u"B"},
-      {"token 2",
-       [&](IfrWriter &W) {
-         Str(W, u"A,B,C");
-         Str(W, u",");
-         W.Uint8(2).Token();
-       },
-       EFI_SUCCESS, 7, 0, u"C"},
-      {"token 3",
-       [&](IfrWriter &W) {
-         Str(W, u"A,B,C");
-         Str(W, u",");
-         W.Uint8(3).Token();
-       },
-       EFI_SUCCESS, 7, 0, u""},
-      {"a delimiter is a whole string",
-       [&](IfrWriter &W) {
-         Str(W, u"A:B::C");
-         Str(W, u"::");
-         W.Uint8(1).Token();
-       },
-       EFI_SUCCESS, 7, 0, u"C"},
-      {"token of a number",
-       [&](IfrWriter &W) {
-         W.One();
-         Str(W, u",");
-         W.Zero().Token();
-       },
-       EFI_UNSUPPORTED},
+      {"token 0", On({u"A,B,C", u","}, IFR(Zero().Token())), OK, STR, 0, u"A"},
+      {"token 1", On({u"A,B,C", u","}, IFR(Uint8(1).Token())), OK, STR, 0, u"B"},
+      {"token 2", On({u"A,B,C", u","}, IFR(Uint8(2).Token())), OK, STR, 0, u"C"},
+      {"token 3", On({u"A,B,C", u","}, IFR(Uint8(3).Token())), OK, STR, 0, u""},
+      {"a delimiter is a whole string", On({u"A:B::C", u"::"}, IFR(Uint8(1).Token())), OK, STR, 0,
+       u"C"},
+      {"token of a number", IFR(One().StringRef1(T(u",")).Zero().Token()), EFI_UNSUPPORTED},
 
       // Span: text, character set, start.
-      {"span to the first match",
-       [&](IfrWriter &W) {
-         Str(W, u"ab3");
-         Str(W, u"09");
-         W.Zero().Span(0);
-       },
-       EFI_SUCCESS, 3, 2},
-      {"span to the first non-match",
-       [&](IfrWriter &W) {
-         Str(W, u"12a");
-         Str(W, u"09");
-         W.Zero().Span(1);
-       },
-       EFI_SUCCESS, 3, 2},
-      {"outside any one pair stops a non-matching span",
-       [&](IfrWriter &W) {
-         Str(W, u"5a");
-         Str(W, u"09az");
-         W.Zero().Span(1);
-       },
-       EFI_SUCCESS, 3, 0},
-      {"a span that runs to the end",
-       [&](IfrWriter &W) {
-         Str(W, u"abc");
-         Str(W, u"09");
-         W.Zero().Span(0);
-       },
-       EFI_SUCCESS, 3, 3},
-      {"other flags never stop",
-       [&](IfrWriter &W) {
-         Str(W, u"123");
-         Str(W, u"09");
-         W.Zero().Span(2);
-       },
-       EFI_SUCCESS, 3, 3},
-      {"a span from a start",
-       [&](IfrWriter &W) {
-         Str(W, u"1a2");
-         Str(W, u"09");
-         W.One().Span(0);
-       },
-       EFI_SUCCESS, 3, 2},
-      {"a last low end without its high end is no pair",
-       [&](IfrWriter &W) {
-         Str(W, u"ab3");
-         Str(W, u"09a");
-         W.Zero().Span(0);
-       },
-       EFI_SUCCESS, 3, 2},
-      {"a span from past the end",
-       [&](IfrWriter &W) {
-         Str(W, u"abc");
-         Str(W, u"09");
-         W.Uint8(3).Span(0);
-       },
-       EFI_UNSUPPORTED},
-      {"a span of a number",
-       [&](IfrWriter &W) {
-         W.One();
-         Str(W, u"09");
-         W.Zero().Span(0);
-       },
-       EFI_UNSUPPORTED},
-  };
-  Check(S, Cases);
-}
-
-TEST_F(ExpressionTest, SecurityComparesTheUserAccessLevel) {
-  Strings S;
-  IfrWriter W;
-  W.FormSet(SetGuid(), S.Add(u"Set"), 0, {}, true).Form(1, 1, true);
-  W.Rule(1, true).Security(TestGuid(0xC2)).End();
-  W.End().End();
-  FormSet *Set = Load(W, S);
-  ASSERT_NE(Set, nullptr);
-  Form *One = FormAt(Set, 0);
-  Expression *Rule = FindRule(One, 1);
-  ASSERT_EQ(EvaluateExpression(Set, One, Rule), EFI_SUCCESS);
-  EXPECT_EQ(NumberOf(Rule->Result), 0u);
-  UserAccessLevel = TestGuid(0xC2);
-  ASSERT_EQ(EvaluateExpression(Set, One, Rule), EFI_SUCCESS);
-  EXPECT_EQ(Rule->Result.Type, EFI_IFR_TYPE_BOOLEAN);
-  EXPECT_EQ(NumberOf(Rule->Result), 1u);
-  ReleaseFormSet(Set);
+      {"span to the first match", On({u"ab3", u"09"}, IFR(Zero().Span(0))), OK, U64, 2},
+      {"span to the first non-match", On({u"12a", u"09"}, IFR(Zero().Span(1))), OK, U64, 2},
+      {"outside any one pair stops a non-matching span", On({u"5a", u"09az"}, IFR(Zero().Span(1))),
+       OK, U64, 0},
+      {"a span that runs to the end", On({u"abc", u"09"}, IFR(Zero().Span(0))), OK, U64, 3},
+      {"other flags never stop", On({u"123", u"09"}, IFR(Zero().Span(2))), OK, U64, 3},
+      {"a span from a start", On({u"1a2", u"09"}, IFR(One().Span(0))), OK, U64, 2},
+      {"a last low end without its high end is no pair", On({u"ab3", u"09a"}, IFR(Zero().Span(0))),
+       OK, U64, 2},
+      {"a span from past the end", On({u"abc", u"09"}, IFR(Uint8(3).Span(0))), EFI_UNSUPPORTED},
+      {"a span of a number", IFR(One().StringRef1(T(u"09")).Zero().Span(0)), EFI_UNSUPPORTED},
+  });
 }
 
 TEST_F(ExpressionTest, RulesReferToRulesOfTheirOwnFormOnly) {
-  Strings S;
-  IfrWriter W;
-  W.FormSet(SetGuid(), S.Add(u"Set"), 0, {}, true);
-  W.Form(1, 1, true);
-  W.Rule(1, true).Uint8(40).End();
-  W.Rule(2, true).RuleRef(1).Uint8(2).Add().End();
-  // The reference wipes the stack: what stood before it is gone.
-  W.Rule(3, true).True().RuleRef(4).And().End();
-  W.Rule(4, true).True().End();
-  W.Rule(5, true).RuleRef(4).True().And().End();
-  W.Rule(6, true).RuleRef(7).End();
-  W.End();
-  W.Form(2, 1, true).Rule(7, true).True().End().Rule(1, true).False().End().End();
-  W.End();
-  FormSet *Set = Load(W, S);
+  FormSet *Set = LoadRules([](IfrWriter &W) {
+    W.Rule(1, true).Uint8(40).End();
+    W.Rule(2, true).RuleRef(1).Uint8(2).Add().End();
+    // The reference wipes the stack: what stood before it is gone.
+    W.Rule(3, true).True().RuleRef(4).And().End();
+    W.Rule(4, true).True().End();
+    W.Rule(5, true).RuleRef(4).True().And().End();
+    W.Rule(6, true).RuleRef(7).End();
+    W.End();
+    W.Form(2, 1, true).Rule(7, true).True().End().Rule(1, true).False().End();
+  });
   ASSERT_NE(Set, nullptr);
   Form *One = FormAt(Set, 0);
   struct Expect {
@@ -774,8 +428,8 @@ TEST_F(ExpressionTest, RulesReferToRulesOfTheirOwnFormOnly) {
     EFI_STATUS Status;
     UINT64 Value;
   };
-  for (const Expect &Each : {Expect{2, EFI_SUCCESS, 42}, Expect{3, EFI_ACCESS_DENIED, 0},
-                             Expect{5, EFI_SUCCESS, 1}, Expect{6, EFI_NOT_FOUND, 0}}) {
+  for (const Expect &Each : {Expect{2, OK, 42}, Expect{3, EFI_ACCESS_DENIED, 0}, Expect{5, OK, 1},
+                             Expect{6, EFI_NOT_FOUND, 0}}) {
     Expression *Rule = FindRule(One, Each.Rule);
     EXPECT_EQ(EvaluateExpression(Set, One, Rule), Each.Status) << static_cast<int>(Each.Rule);
     if (!EFI_ERROR(Each.Status)) {
@@ -790,57 +444,49 @@ TEST_F(ExpressionTest, RulesReferToRulesOfTheirOwnFormOnly) {
 }
 
 TEST_F(ExpressionTest, RecursionEndsWithAFailureAndLeavesTheEvaluatorUsable) {
-  Strings S;
-  IfrWriter W;
-  W.FormSet(SetGuid(), S.Add(u"Set"), 0, {}, true);
-  W.Form(1, 1, true);
-  W.Rule(1, true).RuleRef(1).End();
-  W.Rule(2, true).RuleRef(3).End();
-  W.Rule(3, true).RuleRef(2).End();
-  // A chain of twenty rules, each the next one plus one.
-  for (UINT8 Id = 10; Id < 30; Id++) {
-    W.Rule(Id, true).RuleRef(static_cast<UINT8>(Id + 1)).One().Add().End();
-  }
-  W.Rule(30, true).Zero().End();
-  // A chain longer than any form needs.
-  for (UINT8 Id = 100; Id < 250; Id++) {
-    W.Rule(Id, true).RuleRef(static_cast<UINT8>(Id + 1)).End();
-  }
-  W.Rule(250, true).True().End();
-  W.End().End();
-  FormSet *Set = Load(W, S);
+  FormSet *Set = LoadRules([](IfrWriter &W) {
+    W.Rule(1, true).RuleRef(1).End();
+    W.Rule(2, true).RuleRef(3).End();
+    W.Rule(3, true).RuleRef(2).End();
+    // A chain of twenty rules, each the next one plus one.
+    for (UINT8 Id = 10; Id < 30; Id++) {
+      W.Rule(Id, true).RuleRef(static_cast<UINT8>(Id + 1)).One().Add().End();
+    }
+    W.Rule(30, true).Zero().End();
+    // A chain longer than any form needs.
+    for (UINT8 Id = 100; Id < 250; Id++) {
+      W.Rule(Id, true).RuleRef(static_cast<UINT8>(Id + 1)).End();
+    }
+    W.Rule(250, true).True().End();
+  });
   ASSERT_NE(Set, nullptr);
   Form *One = FormAt(Set, 0);
   for (UINT8 Id : {1, 2, 3, 100}) {
     Expression *Rule = FindRule(One, Id);
-    EFI_STATUS Status = EvaluateExpression(Set, One, Rule);
-    EXPECT_TRUE(EFI_ERROR(Status)) << static_cast<int>(Id);
-    EXPECT_EQ(Rule->Result.Type, EFI_IFR_TYPE_OTHER) << static_cast<int>(Id);
+    EXPECT_TRUE(EFI_ERROR(EvaluateExpression(Set, One, Rule))) << static_cast<int>(Id);
+    EXPECT_EQ(Rule->Result.Type, UNDEF) << static_cast<int>(Id);
   }
   // Nothing of the refused evaluations stays behind.
   for (int Round = 0; Round < 2; Round++) {
     Expression *Chain = FindRule(One, 10);
-    ASSERT_EQ(EvaluateExpression(Set, One, Chain), EFI_SUCCESS);
+    ASSERT_EQ(EvaluateExpression(Set, One, Chain), OK);
     EXPECT_EQ(NumberOf(Chain->Result), 20u);
   }
   ReleaseFormSet(Set);
 }
 
 TEST_F(ExpressionTest, DeepStacksGrow) {
-  Strings S;
-  IfrWriter W;
-  W.FormSet(SetGuid(), S.Add(u"Set"), 0, {}, true).Form(1, 1, true);
   // 600 values on the stack at once, then 599 additions.
-  W.Rule(1, true);
-  for (int Index = 0; Index < 600; Index++) {
-    W.One();
-  }
-  for (int Index = 0; Index < 599; Index++) {
-    W.Add();
-  }
-  W.End();
-  W.End().End();
-  FormSet *Set = Load(W, S);
+  FormSet *Set = LoadRules([](IfrWriter &W) {
+    W.Rule(1, true);
+    for (int Index = 0; Index < 600; Index++) {
+      W.One();
+    }
+    for (int Index = 0; Index < 599; Index++) {
+      W.Add();
+    }
+    W.End();
+  });
   ASSERT_NE(Set, nullptr);
   Form *One = FormAt(Set, 0);
   Expression *Rule = FindRule(One, 1);
@@ -849,11 +495,11 @@ TEST_F(ExpressionTest, DeepStacksGrow) {
   for (UINTN Failing : {1u, 2u}) {
     Host().Pool().FailAllocation(Failing);
     EXPECT_EQ(EvaluateExpression(Set, One, Rule), EFI_OUT_OF_RESOURCES) << Failing;
-    EXPECT_EQ(Rule->Result.Type, EFI_IFR_TYPE_OTHER);
+    EXPECT_EQ(Rule->Result.Type, UNDEF);
     Host().Pool().ClearAllocationFailures();
   }
-  ASSERT_EQ(EvaluateExpression(Set, One, Rule), EFI_SUCCESS);
-  EXPECT_EQ(Rule->Result.Type, EFI_IFR_TYPE_NUM_SIZE_64);
+  ASSERT_EQ(EvaluateExpression(Set, One, Rule), OK);
+  EXPECT_EQ(Rule->Result.Type, U64);
   EXPECT_EQ(NumberOf(Rule->Result), 600u);
   ReleaseFormSet(Set);
 }
@@ -867,15 +513,15 @@ TEST_F(ExpressionTest, CompareHiiValuesDirectly) {
     INTN Order;
   };
   const Case Cases[] = {
-      {"equal numbers of two widths", MakeValue(0, 7), MakeValue(3, 7), EFI_SUCCESS, 0},
-      {"less", MakeValue(1, 6), MakeValue(1, 7), EFI_SUCCESS, -1},
-      {"greater by a lot gives 1", MakeValue(3, 1000), MakeValue(3, 1), EFI_SUCCESS, 1},
-      {"two dates", MakeValue(6, 0x0A0107E8), MakeValue(6, 0x0B0107E8), EFI_SUCCESS, -1},
-      {"undefined", MakeValue(8, 0), MakeValue(0, 0), EFI_INVALID_PARAMETER, 0},
-      {"a type above undefined", MakeValue(0, 0), MakeValue(9, 0), EFI_INVALID_PARAMETER, 0},
-      {"a string and a number", MakeValue(7, 3), MakeValue(0, 3), EFI_INVALID_PARAMETER, 0},
-      {"one id, no look-up needed", MakeValue(7, 0x7777), MakeValue(7, 0x7777), EFI_SUCCESS, 0},
-      {"two ids and no handle to read them", MakeValue(7, 1), MakeValue(7, 2),
+      {"equal numbers of two widths", MakeValue(U8, 7), MakeValue(U64, 7), OK, 0},
+      {"less", MakeValue(U16, 6), MakeValue(U16, 7), OK, -1},
+      {"greater by a lot gives 1", MakeValue(U64, 1000), MakeValue(U64, 1), OK, 1},
+      {"two dates", MakeValue(6, 0x0A0107E8), MakeValue(6, 0x0B0107E8), OK, -1},
+      {"undefined", MakeValue(UNDEF, 0), MakeValue(U8, 0), EFI_INVALID_PARAMETER, 0},
+      {"a type above undefined", MakeValue(U8, 0), MakeValue(9, 0), EFI_INVALID_PARAMETER, 0},
+      {"a string and a number", MakeValue(STR, 3), MakeValue(U8, 3), EFI_INVALID_PARAMETER, 0},
+      {"one id, no look-up needed", MakeValue(STR, 0x7777), MakeValue(STR, 0x7777), OK, 0},
+      {"two ids and no handle to read them", MakeValue(STR, 1), MakeValue(STR, 2),
        EFI_INVALID_PARAMETER, 0},
   };
   for (const Case &Each : Cases) {
@@ -887,7 +533,7 @@ TEST_F(ExpressionTest, CompareHiiValuesDirectly) {
   }
 }
 
-TEST_F(ExpressionTest, UppercaseAsciiTouchesOnlyTheLettersAToZ) {
+TEST(UppercaseAsciiTest, TouchesOnlyTheLettersAToZ) {
   std::u16string Text = u"az AZ 09 `{ \u00e9\u0101";
   UppercaseAscii(Text.data());
   EXPECT_EQ(Text, u"AZ AZ 09 `{ \u00e9\u0101");

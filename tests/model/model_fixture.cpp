@@ -5,6 +5,7 @@
 
 #include "core/hii_strings.h"
 #include "model/value_stack.h"
+#include "storage/storage.h"
 #include "tests/common/text.h"
 #include "uefi/device_path.h"
 
@@ -154,6 +155,38 @@ FormSet *ModelTest::Load(const kit::IfrWriter &Forms, const kit::Strings &String
   return EFI_ERROR(Status) ? nullptr : Out;
 }
 
+kit::IfrWriter ModelTest::OneForm(kit::Strings &S,
+                                  const std::function<void(kit::IfrWriter &)> &Body) {
+  kit::IfrWriter W;
+  EFI_STRING_ID Title = S.Add(u"Form set");
+  W.FormSet(SetGuid(), Title, 0, {}, true);
+  W.Form(1, S.Add(u"Form"), true);
+  Body(W);
+  W.End().End();
+  return W;
+}
+
+FormSet *ModelTest::LoadForm(kit::Strings &S, const std::function<void(kit::IfrWriter &)> &Body) {
+  return Load(OneForm(S, Body), S);
+}
+
+EFI_STATUS ModelTest::GetVariable(const char16_t *Name, const EFI_GUID &Guid,
+                                  std::vector<UINT8> *Bytes, UINT32 *Attributes) {
+  UINT8 Raw[64] = {};
+  UINTN Size = sizeof(Raw);
+  EFI_STATUS Status = Host().RuntimeServices()->GetVariable(
+      const_cast<CHAR16 *>(Name), const_cast<EFI_GUID *>(&Guid), Attributes, &Size, Raw);
+  Bytes->assign(Raw, Raw + (EFI_ERROR(Status) ? 0 : Size));
+  return Status;
+}
+
+EFI_STATUS ModelTest::SetVariable(const char16_t *Name, const EFI_GUID &Guid, UINT32 Attributes,
+                                  const std::vector<UINT8> &Bytes) {
+  return Host().RuntimeServices()->SetVariable(const_cast<CHAR16 *>(Name),
+                                               const_cast<EFI_GUID *>(&Guid), Attributes,
+                                               Bytes.size(), const_cast<UINT8 *>(Bytes.data()));
+}
+
 UINTN ModelTest::PoolMark() {
   return Host().Pool().Allocations() + 1;
 }
@@ -247,6 +280,33 @@ Statement *QuestionById(FormSet *Set, EFI_QUESTION_ID Id) {
     }
   }
   return nullptr;
+}
+
+std::u16string NodeText(Storage *Names, const std::u16string &Name, bool Stored) {
+  LIST_FOR_EACH(Link, &Names->NameValues) {
+    NameValueNode *Node = NameValueNodeFromLink(Link);
+    if (TextOf(Node->Name) == Name) {
+      return TextOf(Stored ? Node->Value : Node->EditValue);
+    }
+  }
+  return u"(none)";
+}
+
+std::u16string HexDigits(const void *Bytes, size_t Size) {
+  static const char16_t Digits[] = u"0123456789abcdef";
+  std::u16string Out;
+  const UINT8 *Cursor = static_cast<const UINT8 *>(Bytes);
+  for (size_t Index = 0; Index < Size; Index++) {
+    Out += Digits[Cursor[Index] >> 4];
+    Out += Digits[Cursor[Index] & 0x0F];
+  }
+  return Out;
+}
+
+std::u16string ConfigHeaderOf(const EFI_GUID &Guid, const std::u16string &Name,
+                              const std::vector<uint8_t> &Path) {
+  return u"GUID=" + HexDigits(&Guid, sizeof(Guid)) + u"&NAME=" + Name + u"&PATH=" +
+         HexDigits(Path.data(), Path.size());
 }
 
 std::u16string StringOf(FormSet *Set, EFI_STRING_ID Id) {

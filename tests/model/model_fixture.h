@@ -12,6 +12,9 @@
 #include "model/form_model.h"
 #include "tests/browser/browser_fixture.h"
 
+// IFR written by a chain of writer calls, as a function of the writer: IFR(True().Not()).
+#define IFR(...) [&](kit::IfrWriter &W) { W.__VA_ARGS__; }
+
 namespace morvane::test {
 
 // The GUID of the form set under test, and of its package list.
@@ -87,6 +90,15 @@ protected:
   EFI_STATUS LoadSet(EFI_HII_HANDLE Handle, const EFI_GUID &Guid, FormSet **Out);
   // Publishes and loads; fails the test unless the load succeeds.
   FormSet *Load(const kit::IfrWriter &Forms, const kit::Strings &Strings);
+  // A form set of SetGuid() with one form around Body; LoadForm publishes and loads it.
+  kit::IfrWriter OneForm(kit::Strings &S, const std::function<void(kit::IfrWriter &)> &Body);
+  FormSet *LoadForm(kit::Strings &S, const std::function<void(kit::IfrWriter &)> &Body);
+
+  // An EFI variable of the platform, read whole and written.
+  EFI_STATUS GetVariable(const char16_t *Name, const EFI_GUID &Guid, std::vector<UINT8> *Bytes,
+                         UINT32 *Attributes = nullptr);
+  EFI_STATUS SetVariable(const char16_t *Name, const EFI_GUID &Guid, UINT32 Attributes,
+                         const std::vector<UINT8> &Bytes);
 
   // The allocation number the next block will get.
   UINTN PoolMark();
@@ -113,6 +125,14 @@ Expression *ExpressionAt(ListLink *Head, size_t Index);
 size_t CountOf(ListLink *Head);
 // The first statement of the form set with that question id.
 Statement *QuestionById(FormSet *Set, EFI_QUESTION_ID Id);
+
+// The edit side (or the stored side) of the name-value node of that name; "(none)" without one.
+std::u16string NodeText(Storage *Names, const std::u16string &Name, bool Stored = false);
+// Bytes as configuration-string digits: memory order, two lower-case digits each.
+std::u16string HexDigits(const void *Bytes, size_t Size);
+// The ConfigHdr of a storage of that GUID and name on a driver with that device path.
+std::u16string ConfigHeaderOf(const EFI_GUID &Guid, const std::u16string &Name,
+                              const std::vector<uint8_t> &Path);
 
 // A string of the form set's package in the current language; empty when it does not read.
 std::u16string StringOf(FormSet *Set, EFI_STRING_ID Id);

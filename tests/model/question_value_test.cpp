@@ -1,7 +1,6 @@
 // A question's value between its Statement and where it is kept: the edit side of a buffer or
 // name-value storage, an EFI variable, the clock, a value expression; the Retrieve Callback;
 // and the inconsistent-if and no-submit-if checks.
-#include <cstring>
 #include <vector>
 
 #include "storage/question_value.h"
@@ -117,14 +116,9 @@ protected:
   Statement *Q(EFI_QUESTION_ID Id) { return QuestionById(Set, Id); }
   EFI_STATUS Read(EFI_QUESTION_ID Id) { return ReadQuestionValue(Set, Main, Q(Id)); }
   EFI_STATUS Write(EFI_QUESTION_ID Id) { return WriteQuestionValue(Set, Main, Q(Id)); }
-  std::u16string EditValueOf(const std::u16string &Name) {
-    LIST_FOR_EACH(Link, &Names->NameValues) {
-      NameValueNode *Node = NameValueNodeFromLink(Link);
-      if (TextOf(Node->Name) == Name) {
-        return TextOf(Node->EditValue);
-      }
-    }
-    return u"(none)";
+  std::u16string EditValueOf(const std::u16string &Name) { return NodeText(Names, Name); }
+  std::vector<UINT8> EditBytes(size_t Offset, size_t Count) {
+    return std::vector<UINT8>(Data->EditCopy + Offset, Data->EditCopy + Offset + Count);
   }
 
   PublishedFormSet *Published = nullptr;
@@ -137,57 +131,55 @@ protected:
 
 TEST_F(QuestionValueTest, BufferQuestionsReadTheirWidthAtTheirOffset) {
   // The driver's bytes arrived in the edit side, those that were asked for, and were committed.
-  EXPECT_EQ(Data->EditCopy[2], 0xA2);
-  EXPECT_EQ(Data->EditCopy[1], 0) << "no question asks for byte 1";
+  EXPECT_EQ(EditBytes(0, 3), (std::vector<UINT8>{0xA0, 0, 0xA2})) << "no question asks for byte 1";
   EXPECT_EQ(CompareBytes(Data->StoredCopy, Data->EditCopy, 48), 0);
 
   Q(Box)->Value = MakeValue(EFI_IFR_TYPE_BOOLEAN, 0x7766554433221100ull);
-  ASSERT_EQ(Read(Box), EFI_SUCCESS);
-  EXPECT_EQ(NumberOf(Q(Box)->Value), 0x77665544332211A9ull) << "one byte read, seven kept";
-  ASSERT_EQ(Read(Number), EFI_SUCCESS);
-  EXPECT_EQ(NumberOf(Q(Number)->Value), 0xA3A2u);
-  EXPECT_EQ(Q(Number)->Value.Type, EFI_IFR_TYPE_NUM_SIZE_16);
-  ASSERT_EQ(Read(Day), EFI_SUCCESS);
-  EXPECT_EQ(NumberOf(Q(Day)->Value), 0xA7A6A5A4u);
+  const struct {
+    EFI_QUESTION_ID Id;
+    UINT8 Type;
+    UINT64 Value;
+  } Reads[] = {
+      {Box, EFI_IFR_TYPE_BOOLEAN, 0x77665544332211A9ull}, // one byte read, seven kept
+      {Number, EFI_IFR_TYPE_NUM_SIZE_16, 0xA3A2},
+      {Day, EFI_IFR_TYPE_DATE, 0xA7A6A5A4},
+      {Clock, EFI_IFR_TYPE_TIME, 0xAEADAC}, // hour, minute, second; no more
+  };
+  for (const auto &Each : Reads) {
+    ASSERT_EQ(Read(Each.Id), EFI_SUCCESS);
+    EXPECT_EQ(Q(Each.Id)->Value.Type, Each.Type) << Each.Id;
+    EXPECT_EQ(NumberOf(Q(Each.Id)->Value), Each.Value) << Each.Id;
+  }
   ASSERT_EQ(Read(Short), EFI_SUCCESS);
-  const UINT8 ShortBytes[] = {0xBA, 0xBB, 0xBC, 0xBD};
-  EXPECT_EQ(CompareBytes(Q(Short)->ValueBuffer, ShortBytes, 4), 0);
+  EXPECT_EQ(std::vector<UINT8>(Q(Short)->ValueBuffer, Q(Short)->ValueBuffer + 4),
+            (std::vector<UINT8>{0xBA, 0xBB, 0xBC, 0xBD}));
   ASSERT_EQ(Read(Order), EFI_SUCCESS);
-  EXPECT_EQ(Q(Order)->ValueBuffer[0], 0xBE);
-  EXPECT_EQ(Q(Order)->ValueBuffer[1], 0xBF);
+  EXPECT_EQ(std::vector<UINT8>(Q(Order)->ValueBuffer, Q(Order)->ValueBuffer + 2),
+            (std::vector<UINT8>{0xBE, 0xBF}));
 
   // Writes touch their bytes only, and mark the form.
   Main->Modified = 0;
   Q(Number)->Value = MakeValue(EFI_IFR_TYPE_NUM_SIZE_16, 0x1234);
   ASSERT_EQ(Write(Number), EFI_SUCCESS);
-  EXPECT_EQ(Data->EditCopy[1], 0);
-  EXPECT_EQ(Data->EditCopy[2], 0x34);
-  EXPECT_EQ(Data->EditCopy[3], 0x12);
-  EXPECT_EQ(Data->EditCopy[4], 0xA4);
+  EXPECT_EQ(EditBytes(1, 4), (std::vector<UINT8>{0, 0x34, 0x12, 0xA4}));
   EXPECT_EQ(Data->StoredCopy[2], 0xA2) << "the stored side waits for a submit";
   EXPECT_EQ(Main->Modified, 1);
   Q(Order)->ValueBuffer[0] = 2;
   Q(Order)->ValueBuffer[1] = 1;
   ASSERT_EQ(Write(Order), EFI_SUCCESS);
-  EXPECT_EQ(Data->EditCopy[30], 2);
-  EXPECT_EQ(Data->EditCopy[31], 1);
+  EXPECT_EQ(EditBytes(30, 2), (std::vector<UINT8>{2, 1}));
+  // A time keeps the bytes its storage holds beyond its fields.
+  Q(Clock)->Value = MakeValue(EFI_IFR_TYPE_TIME, 0x030201);
+  ASSERT_EQ(Write(Clock), EFI_SUCCESS);
+  EXPECT_EQ(EditBytes(12, 5), (std::vector<UINT8>{1, 2, 3, 0xAF, 0xB0}));
+  EXPECT_EQ(EditBytes(25, 1), (std::vector<UINT8>{0xB9}));
+  EXPECT_EQ(Q(Clock)->ValueBuffer, nullptr);
 
   // A form set under load never counts as modified.
+  Main->Modified = 0;
   Set->Loaded = 0;
   ASSERT_EQ(Write(Box), EFI_SUCCESS);
   EXPECT_EQ(Main->Modified, 0);
-}
-
-TEST_F(QuestionValueTest, ATimeKeepsTheBytesItsStorageHoldsBeyondItsFields) {
-  ASSERT_EQ(Read(Clock), EFI_SUCCESS);
-  EXPECT_EQ(Q(Clock)->Value.Type, EFI_IFR_TYPE_TIME);
-  EXPECT_EQ(NumberOf(Q(Clock)->Value), 0xAEADACu) << "hour, minute, second; no more";
-  Q(Clock)->Value = MakeValue(EFI_IFR_TYPE_TIME, 0x030201);
-  ASSERT_EQ(Write(Clock), EFI_SUCCESS);
-  const UINT8 Expected[] = {1,    2,    3,    0xAF, 0xB0, 0xB1, 0xB2, 0xB3,
-                            0xB4, 0xB5, 0xB6, 0xB7, 0xB8, 0xB9, 0xBA, 0xBB};
-  EXPECT_EQ(CompareBytes(Data->EditCopy + 12, Expected, sizeof(Expected)), 0);
-  EXPECT_EQ(Q(Clock)->ValueBuffer, nullptr);
 }
 
 TEST_F(QuestionValueTest, NameValueQuestionsKeepValueDigitsOrPlainText) {
@@ -247,32 +239,20 @@ TEST_F(QuestionValueTest, NameValueQuestionsKeepValueDigitsOrPlainText) {
 }
 
 TEST_F(QuestionValueTest, VariableQuestionsGoStraightToTheVariable) {
-  EFI_RUNTIME_SERVICES *Runtime = Host().RuntimeServices();
   Q(Level)->Value = MakeValue(EFI_IFR_TYPE_NUM_SIZE_16, 0x5555);
   ASSERT_EQ(Read(Level), EFI_SUCCESS) << "a variable that does not exist is no failure";
   EXPECT_EQ(NumberOf(Q(Level)->Value), 0x5555u);
-
-  UINT16 Stored = 0x0BAD;
-  ASSERT_EQ(Runtime->SetVariable(const_cast<CHAR16 *>(u"Level"),
-                                 const_cast<EFI_GUID *>(&VariableGuid), VariableAttributes, 2,
-                                 &Stored),
-            EFI_SUCCESS);
+  ASSERT_EQ(SetVariable(u"Level", VariableGuid, VariableAttributes, {0xAD, 0x0B}), EFI_SUCCESS);
   ASSERT_EQ(Read(Level), EFI_SUCCESS);
   EXPECT_EQ(NumberOf(Q(Level)->Value), 0x0BADu);
 
   Main->Modified = 0;
   Q(Level)->Value = MakeValue(EFI_IFR_TYPE_NUM_SIZE_16, 0x0C0D);
   ASSERT_EQ(Write(Level), EFI_SUCCESS);
+  std::vector<UINT8> Bytes;
   UINT32 Attributes = 0;
-  UINT16 Back = 0;
-  UINTN Size = sizeof(Back) + 4;
-  UINT8 Raw[8] = {};
-  ASSERT_EQ(Runtime->GetVariable(const_cast<CHAR16 *>(u"Level"),
-                                 const_cast<EFI_GUID *>(&VariableGuid), &Attributes, &Size, Raw),
-            EFI_SUCCESS);
-  std::memcpy(&Back, Raw, 2);
-  EXPECT_EQ(Size, 2u);
-  EXPECT_EQ(Back, 0x0C0D);
+  ASSERT_EQ(GetVariable(u"Level", VariableGuid, &Bytes, &Attributes), EFI_SUCCESS);
+  EXPECT_EQ(Bytes, (std::vector<UINT8>{0x0D, 0x0C}));
   EXPECT_EQ(Attributes, VariableAttributes);
   EXPECT_EQ(Main->Modified, 0) << "a variable takes effect at once; nothing waits for a submit";
 }
@@ -283,26 +263,20 @@ TEST_F(QuestionValueTest, ClockQuestionsReadAndWriteTheirHalfOfTheTime) {
   ASSERT_EQ(Runtime->SetTime(&Start), EFI_SUCCESS);
   EFI_TIME Alarm = {2025, 1, 2, 3, 4, 5, 0, 0, EFI_UNSPECIFIED_TIMEZONE, 0, 0};
   ASSERT_EQ(Runtime->SetWakeupTime(TRUE, &Alarm), EFI_SUCCESS);
+  const std::pair<EFI_QUESTION_ID, UINT64> Reads[] = {
+      {RtcDate, 0x060507E8}, {RtcTime, 0x090807}, {WakeDate, 0x020107E9}, {WakeTime, 0x050403}};
+  for (auto [Id, Value] : Reads) {
+    ASSERT_EQ(Read(Id), EFI_SUCCESS);
+    EXPECT_EQ(NumberOf(Q(Id)->Value), Value) << Id;
+  }
 
-  ASSERT_EQ(Read(RtcDate), EFI_SUCCESS);
-  EXPECT_EQ(NumberOf(Q(RtcDate)->Value), 0x060507E8u);
-  ASSERT_EQ(Read(RtcTime), EFI_SUCCESS);
-  EXPECT_EQ(NumberOf(Q(RtcTime)->Value), 0x090807u);
-  ASSERT_EQ(Read(WakeDate), EFI_SUCCESS);
-  EXPECT_EQ(NumberOf(Q(WakeDate)->Value), 0x020107E9u);
-  ASSERT_EQ(Read(WakeTime), EFI_SUCCESS);
-  EXPECT_EQ(NumberOf(Q(WakeTime)->Value), 0x050403u);
-
+  // Each write keeps the other half: the time of a date, the date of a time.
   Q(RtcDate)->Value = MakeValue(EFI_IFR_TYPE_DATE, 0x1F0C07EEu); // 2030-12-31
   ASSERT_EQ(Write(RtcDate), EFI_SUCCESS);
   EFI_TIME Now = {};
   ASSERT_EQ(Runtime->GetTime(&Now, nullptr), EFI_SUCCESS);
-  EXPECT_EQ(Now.Year, 2030);
-  EXPECT_EQ(Now.Month, 12);
-  EXPECT_EQ(Now.Day, 31);
-  EXPECT_EQ(Now.Hour, 7) << "the time half stays";
-  EXPECT_EQ(Now.Minute, 8);
-
+  EXPECT_EQ((std::vector<int>{Now.Year, Now.Month, Now.Day, Now.Hour, Now.Minute}),
+            (std::vector<int>{2030, 12, 31, 7, 8}));
   Q(WakeTime)->Value = MakeValue(EFI_IFR_TYPE_TIME, 0x1E1716u); // 22:23:30
   ASSERT_EQ(Write(WakeTime), EFI_SUCCESS);
   BOOLEAN Enabled = FALSE;
@@ -310,10 +284,8 @@ TEST_F(QuestionValueTest, ClockQuestionsReadAndWriteTheirHalfOfTheTime) {
   EFI_TIME Wake = {};
   ASSERT_EQ(Runtime->GetWakeupTime(&Enabled, &Pending, &Wake), EFI_SUCCESS);
   EXPECT_TRUE(Enabled);
-  EXPECT_EQ(Wake.Year, 2025);
-  EXPECT_EQ(Wake.Hour, 22);
-  EXPECT_EQ(Wake.Minute, 23);
-  EXPECT_EQ(Wake.Second, 30);
+  EXPECT_EQ((std::vector<int>{Wake.Year, Wake.Hour, Wake.Minute, Wake.Second}),
+            (std::vector<int>{2025, 22, 23, 30}));
 
   // A service that refuses is the result.
   Q(RtcDate)->Value = MakeValue(EFI_IFR_TYPE_DATE, 0x1F0207EEu); // February 31st
@@ -436,11 +408,7 @@ TEST_F(QuestionValueTest, LoadFormValuesReadsInOrderUntilAFailure) {
   Q(Number)->Value = MakeValue(EFI_IFR_TYPE_NUM_SIZE_16, 0);
   Q(Speed)->Value = MakeValue(EFI_IFR_TYPE_NUM_SIZE_16, 0);
   Q(Level)->Value = MakeValue(EFI_IFR_TYPE_NUM_SIZE_16, 0);
-  UINT16 Stored = 0x0BAD;
-  ASSERT_EQ(Host().RuntimeServices()->SetVariable(const_cast<CHAR16 *>(u"Level"),
-                                                  const_cast<EFI_GUID *>(&VariableGuid),
-                                                  VariableAttributes, 2, &Stored),
-            EFI_SUCCESS);
+  ASSERT_EQ(SetVariable(u"Level", VariableGuid, VariableAttributes, {0xAD, 0x0B}), EFI_SUCCESS);
   // The nameless question fails, and the variable behind it is not read.
   ASSERT_EQ(RunDriver([&] { return LoadFormValues(Set, Main); }), EFI_NOT_FOUND);
   EXPECT_EQ(NumberOf(Q(Number)->Value), 0xA3A2u);
