@@ -158,16 +158,6 @@ protected:
     ASSERT_TRUE(Waiting()) << ScreenText();
   }
 
-  void MoveTo(EFI_QUESTION_ID Question) {
-    if (Highlighted() != Question) {
-      Type("Home");
-    }
-    for (int Step = 0; Step < 10 && Highlighted() != Question; Step++) {
-      Type("Down");
-    }
-    ASSERT_EQ(Highlighted(), Question) << ScreenText();
-  }
-
   // Turns Turbo on, which marks the main form modified.
   void ChangeTurbo() {
     MoveTo(Turbo);
@@ -209,11 +199,6 @@ protected:
 
   std::vector<uint8_t> &MainBytes() { return *Main->Driver->Buffer(MainGuid, u"Setup"); }
   std::vector<uint8_t> &PageBytes() { return *Page->Driver->Buffer(PageGuid, u"Page"); }
-
-  void SaveAndLeave() {
-    Type("F10 Enter");
-    ASSERT_TRUE(Finished()) << ScreenText();
-  }
 };
 
 TEST_F(ActionTest, F9LoadsTheStandardDefaultsEverywhereAndTellsTheNotifiedPage) {

@@ -155,6 +155,27 @@ bool BrowserTest::Shows(const std::string &Text) {
   return ScreenText().find(Text) != std::string::npos;
 }
 
+void BrowserTest::MoveTo(EFI_QUESTION_ID Question, int Limit) {
+  // Down first, so a question below is reached without scrolling back to the top.
+  for (bool FromTop : {false, true}) {
+    if (FromTop) {
+      Type("Home");
+    }
+    for (int Step = 0; Step < Limit && Highlighted() != Question; Step++) {
+      Type("Down");
+    }
+    if (Highlighted() == Question) {
+      return;
+    }
+  }
+  ASSERT_EQ(Highlighted(), Question) << ScreenText();
+}
+
+void BrowserTest::SaveAndLeave() {
+  Type("F10 Enter");
+  ASSERT_TRUE(Finished()) << ScreenText();
+}
+
 EFI_QUESTION_ID BrowserTest::Highlighted() {
   Statement *Current = Browser->Selection->Statement;
   return Current != nullptr ? Current->QuestionId : 0;

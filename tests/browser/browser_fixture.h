@@ -69,6 +69,11 @@ protected:
   bool Shows(const std::string &Text);
   // The question the highlight stands on, 0 for none; the question of the shown form with id Id.
   EFI_QUESTION_ID Highlighted();
+  // Moves the highlight down to the question, from the top if it lies above; fails if not
+  // reached.
+  void MoveTo(EFI_QUESTION_ID Question, int Limit = 40);
+  // Leaves through F10 and the confirmation; fails unless SendForm has returned.
+  void SaveAndLeave();
   Statement *Question(EFI_QUESTION_ID Id);
 
   // Compares the screen (text, then attributes) with tests/browser/screens/<Name>.txt. With the

@@ -133,13 +133,6 @@ protected:
   }
 
   UINT64 Number(EFI_QUESTION_ID Id) { return HiiValueNumber(&Question(Id)->Value); }
-  void GoTo(EFI_QUESTION_ID Id) {
-    Type("Home");
-    for (int Step = 0; Step < 20 && Highlighted() != Id; Step++) {
-      Type("Down");
-    }
-    ASSERT_EQ(Highlighted(), Id) << ScreenText();
-  }
   // The screen row that holds the prompt.
   std::string RowOf(const std::string &Prompt) {
     for (const std::string &Line : ScreenRows()) {
@@ -157,7 +150,7 @@ protected:
 };
 
 TEST_F(EditorTest, NumbersTypedDigitByDigit) {
-  GoTo(Limit);
+  MoveTo(Limit);
   // "1", "0", "1": the last digit would pass 100 and is dropped without a beep.
   Host().Speaker()->ResetBeeps();
   Type("\"101\"");
@@ -168,12 +161,12 @@ TEST_F(EditorTest, NumbersTypedDigitByDigit) {
   EXPECT_EQ(Highlighted(), Stepper) << "the highlight moves down after an entry";
 
   // Below the minimum: Enter clamps up to it.
-  GoTo(Limit);
+  MoveTo(Limit);
   Type("\"1\" Enter");
   EXPECT_EQ(Number(Limit), 5u);
 
   // Backspace over every digit shows 0, and leaving clamps to the minimum.
-  GoTo(Limit);
+  MoveTo(Limit);
   Type("\"42\" Backspace");
   EXPECT_TRUE(RowShows("Limit", "[  4]")) << ScreenText();
   Type("Backspace");
@@ -182,22 +175,22 @@ TEST_F(EditorTest, NumbersTypedDigitByDigit) {
   EXPECT_EQ(Number(Limit), 5u);
 
   // Esc keeps what was typed: only the status differs from Enter.
-  GoTo(Limit);
+  MoveTo(Limit);
   Type("\"77\" Esc");
   EXPECT_EQ(Number(Limit), 77u);
 
   // Digits past the largest 64-bit number are dropped, not wrapped around; leading zeros stop
   // at 21 digits.
-  GoTo(Huge);
+  MoveTo(Huge);
   Type("\"" + std::string(25, '9') + "\" Enter");
   EXPECT_EQ(Number(Huge), 9999999999999999999ull);
-  GoTo(Huge);
+  MoveTo(Huge);
   Type("\"" + std::string(25, '0') + "7\" Enter");
   EXPECT_EQ(Number(Huge), 0u);
 }
 
 TEST_F(EditorTest, HexadecimalNumbers) {
-  GoTo(Mask);
+  MoveTo(Mask);
   Type("\"aF\"");
   EXPECT_TRUE(RowShows("Mask", "[AF]")) << ScreenText();
   Type("\"1\"");
@@ -210,7 +203,7 @@ TEST_F(EditorTest, HexadecimalNumbers) {
 }
 
 TEST_F(EditorTest, NumbersStepWithWrapAround) {
-  GoTo(Stepper);
+  MoveTo(Stepper);
   // A step opens the editor, which steps on until a key ends it.
   Type("\"+\"");
   EXPECT_EQ(Number(Stepper), 6u);
@@ -231,7 +224,7 @@ TEST_F(EditorTest, NumbersStepWithWrapAround) {
 }
 
 TEST_F(EditorTest, DateFieldsTypedAndStepped) {
-  GoTo(Day);
+  MoveTo(Day);
   Host().Speaker()->ResetBeeps();
   // Month: 1 then 3 is 13, too large: a beep, and the field stays at 01.
   Type("\"13\"");
@@ -251,7 +244,7 @@ TEST_F(EditorTest, DateFieldsTypedAndStepped) {
 }
 
 TEST_F(EditorTest, DayOfAThirtyDayMonthAndTheYearBeyondRange) {
-  GoTo(Day);
+  MoveTo(Day);
   Type("Tab"); // the day field of 15 April
   Host().Speaker()->ResetBeeps();
   Type("\"35\"");
@@ -268,7 +261,7 @@ TEST_F(EditorTest, DayOfAThirtyDayMonthAndTheYearBeyondRange) {
 }
 
 TEST_F(EditorTest, MonthZeroZeroBecomesJanuary) {
-  GoTo(Day);
+  MoveTo(Day);
   Type("\"00\"");
   EXPECT_TRUE(RowShows("Day", "[01/")) << ScreenText();
   Type("\"1\"");
@@ -276,7 +269,7 @@ TEST_F(EditorTest, MonthZeroZeroBecomesJanuary) {
 }
 
 TEST_F(EditorTest, TimeFieldsWrapWhenStepped) {
-  GoTo(Clock);
+  MoveTo(Clock);
   // Hour 23 stepped up gives 00; Enter stores it and goes on to the minutes.
   Type("\"+\" Enter");
   EXPECT_EQ(Question(Clock)->Value.Value[0], 0);
@@ -302,7 +295,7 @@ TEST_F(EditorTest, DaysInMonthTable) {
 }
 
 TEST_F(EditorTest, StringsReplaceTheOldTextFromTheFirstKey) {
-  GoTo(Name);
+  MoveTo(Name);
   EXPECT_TRUE(RowShows("Name", "[old       ]")) << ScreenText();
   Type("\"n\"");
   // The old value is blanked at once, across the field's whole width.
@@ -315,7 +308,7 @@ TEST_F(EditorTest, StringsReplaceTheOldTextFromTheFirstKey) {
 }
 
 TEST_F(EditorTest, AStringTooShortIsRefusedWithANotice) {
-  GoTo(Name);
+  MoveTo(Name);
   Type("\"x\" Enter");
   EXPECT_NE(ScreenText().find("Please enter enough characters"), std::string::npos) << ScreenText();
   Type("Esc");
@@ -326,13 +319,13 @@ TEST_F(EditorTest, AStringTooShortIsRefusedWithANotice) {
 }
 
 TEST_F(EditorTest, EscLeavesTheStringAsItWas) {
-  GoTo(Name);
+  MoveTo(Name);
   Type("\"abc\" Esc");
   EXPECT_TRUE(RowShows("Name", "[old       ]")) << ScreenText();
 }
 
 TEST_F(EditorTest, APasswordGoesToTheDriverAndStaysMasked) {
-  GoTo(Secret);
+  MoveTo(Secret);
   Host().Speaker()->ResetBeeps();
   Type("Space");
   EXPECT_EQ(Beeps(), 1u) << "a blank is no password character";
@@ -350,7 +343,7 @@ TEST_F(EditorTest, APasswordGoesToTheDriverAndStaysMasked) {
 // A password of up to forty characters in a narrower field: each entry, the second one
 // included, blanks only the field, never the frame or the help beside it.
 TEST_F(EditorTest, APasswordTypedAgainBlanksOnlyItsField) {
-  GoTo(LongSecret);
+  MoveTo(LongSecret);
   std::vector<std::string> Before = ScreenRows();
   auto ExpectOnlyTheFieldChanged = [&](const char *When) {
     std::vector<std::string> Now = ScreenRows();
@@ -377,7 +370,7 @@ TEST_F(EditorTest, APasswordTypedAgainBlanksOnlyItsField) {
 }
 
 TEST_F(EditorTest, OneOfPopUpPicksAShownOption) {
-  GoTo(Choice);
+  MoveTo(Choice);
   Type("Enter");
   std::string Screen = ScreenText();
   EXPECT_NE(Screen.find("Alpha"), std::string::npos) << Screen;
@@ -395,7 +388,7 @@ TEST_F(EditorTest, OneOfPopUpPicksAShownOption) {
 }
 
 TEST_F(EditorTest, ThePopUpCastsAShadowAndGivesTheScreenBack) {
-  GoTo(Choice);
+  MoveTo(Choice);
   std::vector<std::string> Text = ScreenRows();
   std::vector<std::string> Attributes = AttributeRows();
   Type("Enter");
@@ -425,7 +418,7 @@ TEST_F(EditorTest, ThePopUpCastsAShadowAndGivesTheScreenBack) {
 }
 
 TEST_F(EditorTest, OneOfStepsSkipSuppressedOptions) {
-  GoTo(Choice);
+  MoveTo(Choice);
   Type("\"+\"");
   EXPECT_EQ(Number(Choice), 3u) << "Alpha to Gamma, past the hidden option";
   Type("\"+\" \"+\"");
@@ -436,9 +429,9 @@ TEST_F(EditorTest, OneOfStepsSkipSuppressedOptions) {
 }
 
 TEST_F(EditorTest, ChangesReachTheDriverOnSave) {
-  GoTo(Limit);
+  MoveTo(Limit);
   Type("\"64\" Enter");
-  GoTo(Choice);
+  MoveTo(Choice);
   Type("\"+\"");
   Type("F10 Enter");
   ASSERT_TRUE(Finished()) << ScreenText();

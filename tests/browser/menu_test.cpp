@@ -106,14 +106,6 @@ protected:
 
   UINT32 TopRow() { return Browser->TopOption != nullptr ? Browser->TopOption->Row : 0; }
 
-  // Moves the highlight down to the question, at most Limit keys.
-  void DownTo(EFI_QUESTION_ID Question, int Limit = 40) {
-    for (int Step = 0; Step < Limit && Highlighted() != Question; Step++) {
-      Type("Down");
-    }
-    ASSERT_EQ(Highlighted(), Question) << ScreenText();
-  }
-
   void Leave() {
     Type("F10 Enter");
     ASSERT_TRUE(Finished()) << ScreenText();
@@ -160,7 +152,7 @@ TEST_F(MenuTest, TheCurrentTabIsPaintedWhenTheTabsJustOverfillTheBar) {
 TEST_F(MenuTest, ASubFormAndBackAtTheSameScrollRow) {
   PublishWorld();
   SendWorld();
-  DownTo(RefToSubForm);
+  MoveTo(RefToSubForm);
   UINT32 Top = TopRow();
   EXPECT_GT(Top, 0u) << "the form has scrolled";
   Type("Enter");
@@ -179,7 +171,7 @@ TEST_F(MenuTest, ASubFormAndBackAtTheSameScrollRow) {
 TEST_F(MenuTest, AReferenceToAnotherFormSetByGuid) {
   PublishWorld();
   SendWorld();
-  DownTo(RefToOtherFormSet);
+  MoveTo(RefToOtherFormSet);
   Type("Enter");
   EXPECT_TRUE(Shows("On the other form set")) << ScreenText();
   EXPECT_EQ(Browser->MenuBarCurrent, 0u);
@@ -191,7 +183,7 @@ TEST_F(MenuTest, AReferenceToAnotherFormSetByGuid) {
 TEST_F(MenuTest, AReferenceToATabsFormSetSwitchesTheTab) {
   PublishWorld();
   SendWorld();
-  DownTo(RefToSecondTab);
+  MoveTo(RefToSecondTab);
   Type("Enter");
   EXPECT_EQ(Browser->MenuBarCurrent, 1u);
   EXPECT_TRUE(Shows("On the second tab")) << ScreenText();
@@ -201,7 +193,7 @@ TEST_F(MenuTest, AReferenceToATabsFormSetSwitchesTheTab) {
 TEST_F(MenuTest, AReferenceWithOnlyAQuestionMovesTheHighlight) {
   PublishWorld();
   SendWorld();
-  DownTo(RefToQuestion);
+  MoveTo(RefToQuestion);
   Type("Enter");
   EXPECT_EQ(Highlighted(), Count) << ScreenText();
   Leave();
@@ -228,12 +220,12 @@ TEST_F(MenuTest, AReferenceToAQuestionOutOfViewScrollsThePage) {
   Set.Driver->AddBufferStorage(MainGuid, u"Setup", std::vector<uint8_t>(StoreSize, 0));
   Send({Set.Handle});
   ASSERT_TRUE(Waiting());
-  DownTo(RefToQuestion);
+  MoveTo(RefToQuestion);
   Type("Enter");
   EXPECT_EQ(Highlighted(), Switch);
   ExpectScreen("reference_out_of_view");
   Type("End");
-  DownTo(RefToSubForm);
+  MoveTo(RefToSubForm);
   Type("Enter");
   EXPECT_EQ(Highlighted(), SubSwitch);
   ExpectScreen("reference_in_view");
@@ -243,7 +235,7 @@ TEST_F(MenuTest, AReferenceToNothingOrToAnUnknownPathIsNotFound) {
   PublishWorld();
   SendWorld();
   for (EFI_QUESTION_ID Ref : {RefToNothing, RefByDevicePath}) {
-    DownTo(Ref);
+    MoveTo(Ref);
     std::string Before = ScreenText();
     Type("Enter");
     EXPECT_TRUE(Shows("Target menu is not found.")) << ScreenText();
@@ -296,7 +288,7 @@ TEST_F(MenuTest, ChangingAndChangedCallbacksInTheirOrder) {
   EXPECT_EQ(Open.QuestionId, Switch);
   EXPECT_FALSE(Open.HasValue);
 
-  DownTo(Switch);
+  MoveTo(Switch);
   size_t Before = Main->Driver->Calls.size();
   Type("Enter");
   std::vector<CallbackCall> Calls(Main->Driver->Calls.begin() + Before, Main->Driver->Calls.end());
@@ -331,7 +323,7 @@ TEST_F(MenuTest, ANestedSendFormFromAChangingCallbackReturnsToTheSameRow) {
     return EFI_SUCCESS;
   };
   SendWorld();
-  DownTo(Switch);
+  MoveTo(Switch);
   UINT32 Top = TopRow();
   ASSERT_GT(Top, 0u);
   Type("Enter");
@@ -355,7 +347,7 @@ TEST_F(MenuTest, AChangingCallbackThatFailsUndoesTheChange) {
     return Action == EFI_BROWSER_ACTION_CHANGING ? EFI_ACCESS_DENIED : EFI_SUCCESS;
   };
   SendWorld();
-  DownTo(Switch);
+  MoveTo(Switch);
   size_t Before = Main->Driver->Calls.size();
   Type("Enter");
   for (size_t Index = Before; Index < Main->Driver->Calls.size(); Index++) {
@@ -368,7 +360,7 @@ TEST_F(MenuTest, AChangingCallbackThatFailsUndoesTheChange) {
 TEST_F(MenuTest, ARefreshDuringAKeyWaitRepaintsInTheNewLanguage) {
   PublishWorld(2);
   SendWorld();
-  DownTo(Count);
+  MoveTo(Count);
   EXPECT_TRUE(Shows("Select Item"));
   EFI_GUID Global = gEfiGlobalVariableGuid;
   const char French[] = "fr-FR";
@@ -392,7 +384,7 @@ TEST_F(MenuTest, ARefreshDuringAKeyWaitRepaintsInTheNewLanguage) {
 TEST_F(MenuTest, KeysThatAreDroppedAndKeysThatBeep) {
   PublishWorld(2);
   SendWorld();
-  DownTo(Switch);
+  MoveTo(Switch);
   host::SpeakerDevice &Speaker = *Host().Speaker();
   struct Case {
     const char *Keys;

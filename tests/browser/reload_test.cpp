@@ -176,13 +176,6 @@ protected:
     ASSERT_TRUE(Waiting()) << ScreenText();
   }
 
-  void DownTo(EFI_QUESTION_ID Question) {
-    for (int Step = 0; Step < 10 && Highlighted() != Question; Step++) {
-      Type("Down");
-    }
-    ASSERT_EQ(Highlighted(), Question) << ScreenText();
-  }
-
   // How many Callbacks of the action the main driver heard from call From on, for the question
   // or, with 0, for any.
   size_t Heard(size_t From, EFI_BROWSER_ACTION Action, EFI_QUESTION_ID Question = 0) {
@@ -210,7 +203,7 @@ TEST_F(ReloadTest, LoadPreviousOnASubFormKeepsTheWayBack) {
   SendBoth();
   Type("Enter");
   ASSERT_TRUE(Shows("Second Form")) << ScreenText();
-  DownTo(LoadPrevious);
+  MoveTo(LoadPrevious);
   // The Changed Callback answers "load previous"; Yes reloads every form set, the one that the
   // way back to form 1 names among them.
   Type("Enter");
@@ -226,7 +219,7 @@ TEST_F(ReloadTest, LoadPreviousOnASubFormKeepsTheWayBack) {
 TEST_F(ReloadTest, AChangingCallbackThatUpdatesItsFormsReloadsOnlyTheForm) {
   SendBoth();
   Type("Enter");
-  DownTo(PackageSwitch);
+  MoveTo(PackageSwitch);
   size_t Before = Main->Driver->Calls.size();
   Type("Enter");
   EXPECT_TRUE(Shows("Package Switch Updated")) << ScreenText();
@@ -246,7 +239,7 @@ TEST_F(ReloadTest, ANestedCallThatLoadsPreviousLeavesTheOuterFormWhole) {
   NestedHandle = Other->Handle;
   NestedGuid = &OtherGuid;
   SendBoth();
-  DownTo(OpenNested);
+  MoveTo(OpenNested);
   Type("Enter");
   ASSERT_TRUE(Shows("Other Load Previous")) << ScreenText();
   EXPECT_EQ(Browser->SendFormDepth, 2u);
@@ -269,7 +262,7 @@ TEST_F(ReloadTest, ANestedCallOnAnOuterTabsHandleGivesTheTabBack) {
   // first tab's form set; the tab of that handle must reach the outer record again afterwards.
   NestedHandle = Other->Handle;
   SendBoth();
-  DownTo(OpenNested);
+  MoveTo(OpenNested);
   Type("Enter");
   EXPECT_EQ(Browser->SendFormDepth, 2u);
   Type("Esc");
@@ -283,7 +276,7 @@ TEST_F(ReloadTest, ANestedCallOnAnOuterTabsHandleGivesTheTabBack) {
 
 TEST_F(ReloadTest, AProvidersFormSetReloadedByItsCallbackIsReleasedWithItsCall) {
   SendBoth();
-  DownTo(ToProvider);
+  MoveTo(ToProvider);
   Type("Enter");
   ASSERT_TRUE(Shows("Provided Switch")) << ScreenText();
   Type("Enter");
@@ -303,7 +296,7 @@ TEST_F(ReloadTest, RemovingAPackageListWhileShownIsNoFormChange) {
   SwitchRemovesProvider = true;
   SendBoth();
   Type("Enter");
-  DownTo(PackageSwitch);
+  MoveTo(PackageSwitch);
   size_t Before = Main->Driver->Calls.size();
   Type("Enter");
   ASSERT_EQ(Heard(Before, EFI_BROWSER_ACTION_CHANGED, PackageSwitch), 1u);

@@ -48,12 +48,6 @@ protected:
     Send(Request);
     return Finished() ? Run().Status() : EFI_SUCCESS;
   }
-
-  // Leaves through F10 and the confirmation.
-  void SaveAndLeave() {
-    Type("F10 Enter");
-    ASSERT_TRUE(Finished()) << ScreenText();
-  }
 };
 
 TEST_F(SendFormTest, ShowsTheFormAndGivesBackWhatItTook) {

@@ -113,16 +113,6 @@ protected:
     ASSERT_TRUE(Waiting()) << (Finished() ? tools::StatusName(Run().Status()) : "") << ScreenText();
   }
 
-  void MoveTo(EFI_QUESTION_ID Question) {
-    if (Highlighted() != Question) {
-      Type("Home");
-    }
-    for (int Step = 0; Step < 10 && Highlighted() != Question; Step++) {
-      Type("Down");
-    }
-    ASSERT_EQ(Highlighted(), Question) << ScreenText();
-  }
-
   // Runs Body in the Ask action's Callback, as driver code.
   void InCallback(std::function<void()> Body) {
     MoveTo(Ask);

@@ -27,12 +27,6 @@ enum : EFI_QUESTION_ID {
 class StorageTest : public BrowserTest {
 protected:
   PublishedFormSet *Set = nullptr;
-
-  void SaveAndLeave() {
-    Type("F10 Enter");
-    ASSERT_TRUE(Finished()) << ScreenText();
-    ExpectNothingLeftSinceSend();
-  }
 };
 
 TEST_F(StorageTest, AReplyWithAlternativeConfigurationsFillsABufferStorage) {
