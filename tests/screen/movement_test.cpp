@@ -117,19 +117,16 @@ TEST_F(MovementTest, PageDownOnTheLastPage) {
 // A time on the real-time clock refreshes once a second, but only while it is in view, and not on
 // the highlighted field: out of view it stays on the refresh list and is passed over.
 TEST_F(MovementTest, AClockOutOfViewIsNotPainted) {
-  Strings S;
-  IfrWriter W;
-  EFI_STRING_ID Title = S.Add(u"Clock");
-  W.FormSet(TestGuid(1), Title, S.Add(u"Help"), {}, true);
-  W.VarStore(TestGuid(1), 1, 64, "Data");
-  W.Form(1, Title, true);
-  for (UINT16 Index = 0; Index < 30; Index++) {
-    W.Checkbox({S.Add(u"Setting " + FromUtf8(std::to_string(Index))), S.Add(u"A setting"),
-                static_cast<EFI_QUESTION_ID>(0x10 + Index), 1, Index, 0});
-  }
-  W.Time({S.Add(u"Now"), S.Add(u"The clock"), 0x50, 0, 0, 0}, QF_TIME_STORAGE_TIME);
-  W.End().End();
-  PublishForms(1, W, S, 64);
+  PublishForm(
+      u"Clock",
+      [&](IfrWriter &W, Strings &S) {
+        for (UINT16 Index = 0; Index < 30; Index++) {
+          W.Checkbox({S.Add(u"Setting " + FromUtf8(std::to_string(Index))), S.Add(u"A setting"),
+                      static_cast<EFI_QUESTION_ID>(0x10 + Index), 1, Index, 0});
+        }
+        W.Time({S.Add(u"Now"), S.Add(u"The clock"), 0x50, 0, 0, 0}, QF_TIME_STORAGE_TIME);
+      },
+      64);
   Send(Handles());
   ASSERT_TRUE(Waiting());
   std::vector<std::string> Before = ScreenRows();

@@ -31,23 +31,17 @@ protected:
 // The widest prompt sets the prompt column, up to three quarters of the body; a wider prompt is
 // cut there, a value is cut to its column, and a prompt-only line takes the whole body width.
 TEST_F(OptionTest, PromptAndValueColumnsComeFromTheForm) {
-  Strings S;
-  IfrWriter W;
-  EFI_STRING_ID Title = S.Add(u"Columns");
-  W.FormSet(TestGuid(1), Title, S.Add(u"Help"), {}, true);
-  W.VarStore(TestGuid(1), 1, 8, "Data");
-  W.Form(1, Title, true);
-  W.Checkbox({S.Add(u"Short"), S.Add(u"A short prompt"), 0x10, 1, 0, 0});
-  W.OneOf(
-      {S.Add(u"A prompt that is much wider than the prompt column"), S.Add(u"Wide"), 0x11, 1, 1, 0},
-      EFI_IFR_NUMERIC_SIZE_1, 0, 1, 0, true);
-  W.OneOfOption(S.Add(u"Extremely long option text"), EFI_IFR_OPTION_DEFAULT, IfrValue::U8(0));
-  W.OneOfOption(S.Add(u"B"), 0, IfrValue::U8(1));
-  W.End();
-  W.Subtitle(S.Add(u"A subtitle that runs on across the whole width of the body"), 0);
-  W.Checkbox({S.Add(u"After"), S.Add(u"The last line"), 0x12, 1, 2, 0});
-  W.End().End();
-  PublishForms(1, W, S, 8);
+  PublishForm(u"Columns", [&](IfrWriter &W, Strings &S) {
+    W.Checkbox({S.Add(u"Short"), S.Add(u"A short prompt"), 0x10, 1, 0, 0});
+    W.OneOf({S.Add(u"A prompt that is much wider than the prompt column"), S.Add(u"Wide"), 0x11, 1,
+             1, 0},
+            EFI_IFR_NUMERIC_SIZE_1, 0, 1, 0, true);
+    W.OneOfOption(S.Add(u"Extremely long option text"), EFI_IFR_OPTION_DEFAULT, IfrValue::U8(0));
+    W.OneOfOption(S.Add(u"B"), 0, IfrValue::U8(1));
+    W.End();
+    W.Subtitle(S.Add(u"A subtitle that runs on across the whole width of the body"), 0);
+    W.Checkbox({S.Add(u"After"), S.Add(u"The last line"), 0x12, 1, 2, 0});
+  });
   Send(Handles());
   ASSERT_TRUE(Waiting());
   EXPECT_EQ(Browser->BodyWidth, 46);
@@ -64,17 +58,11 @@ TEST_F(OptionTest, PromptAndValueColumnsComeFromTheForm) {
 
 // A prompt-only line wider than the limit does not widen the prompt column.
 TEST_F(OptionTest, AWidePromptOnlyLineLeavesThePromptColumnNarrow) {
-  Strings S;
-  IfrWriter W;
-  EFI_STRING_ID Title = S.Add(u"Narrow");
-  W.FormSet(TestGuid(1), Title, S.Add(u"Help"), {}, true);
-  W.VarStore(TestGuid(1), 1, 8, "Data");
-  W.Form(1, Title, true);
-  W.Subtitle(S.Add(u"A subtitle of more than thirty-four cells"), 0);
-  W.Checkbox({S.Add(u"Tiny"), S.Add(u"Checked"), 0x10, 1, 0, 0}, EFI_IFR_CHECKBOX_DEFAULT);
-  W.Text(S.Add(u"Four"), S.Add(u"Its help"), S.Add(u"text"));
-  W.End().End();
-  PublishForms(1, W, S, 8);
+  PublishForm(u"Narrow", [&](IfrWriter &W, Strings &S) {
+    W.Subtitle(S.Add(u"A subtitle of more than thirty-four cells"), 0);
+    W.Checkbox({S.Add(u"Tiny"), S.Add(u"Checked"), 0x10, 1, 0, 0}, EFI_IFR_CHECKBOX_DEFAULT);
+    W.Text(S.Add(u"Four"), S.Add(u"Its help"), S.Add(u"text"));
+  });
   Published[0]->Driver->Buffer(TestGuid(1), u"Data")->at(0) = 1;
   Send(Handles());
   ASSERT_TRUE(Waiting());
@@ -86,17 +74,11 @@ TEST_F(OptionTest, AWidePromptOnlyLineLeavesThePromptColumnNarrow) {
 // Prompts break only at carriage returns; every line keeps its text, whatever the width of the
 // last one.
 TEST_F(OptionTest, APromptOfSeveralLinesKeepsEachLine) {
-  Strings S;
-  IfrWriter W;
-  EFI_STRING_ID Title = S.Add(u"Lines");
-  W.FormSet(TestGuid(1), Title, S.Add(u"Help"), {}, true);
-  W.VarStore(TestGuid(1), 1, 8, "Data");
-  W.Form(1, Title, true);
-  W.Checkbox({S.Add(u"A long first line\r\nab"), S.Add(u"Two lines"), 0x10, 1, 0, 0});
-  W.Checkbox({S.Add(u"One\r\nTwo\r\nThree"), S.Add(u"Three lines"), 0x11, 1, 1, 0});
-  W.Checkbox({S.Add(u"Below"), S.Add(u"One line"), 0x12, 1, 2, 0});
-  W.End().End();
-  PublishForms(1, W, S, 8);
+  PublishForm(u"Lines", [&](IfrWriter &W, Strings &S) {
+    W.Checkbox({S.Add(u"A long first line\r\nab"), S.Add(u"Two lines"), 0x10, 1, 0, 0});
+    W.Checkbox({S.Add(u"One\r\nTwo\r\nThree"), S.Add(u"Three lines"), 0x11, 1, 1, 0});
+    W.Checkbox({S.Add(u"Below"), S.Add(u"One line"), 0x12, 1, 2, 0});
+  });
   Published[0]->Driver->Buffer(TestGuid(1), u"Data")->at(0) = 1;
   Send(Handles());
   ASSERT_TRUE(Waiting());
@@ -115,20 +97,19 @@ TEST_F(OptionTest, APromptOfSeveralLinesKeepsEachLine) {
 // A form of text lines only: nothing can be highlighted, and Up and Down scroll by one line. A
 // text of two lines, prompt and value, leaves nothing behind when it moves.
 TEST_F(OptionTest, AFormWithNothingToSelectScrollsByALine) {
-  Strings S;
-  IfrWriter W;
-  EFI_STRING_ID Title = S.Add(u"Texts");
-  W.FormSet(TestGuid(1), Title, S.Add(u"Help"), {}, true);
-  W.Form(1, Title, true);
-  for (unsigned Index = 0; Index < 30; Index++) {
-    if (Index == 5) {
-      W.Text(S.Add(u"Firmware\r\nversions"), S.Add(u"Two lines"), S.Add(u"AAAAAAAA\r\nB"));
-      continue;
-    }
-    W.Text(S.Add(u"Line " + TwoDigits(Index)), S.Add(u"One line"), S.Add(u"v" + TwoDigits(Index)));
-  }
-  W.End().End();
-  PublishForms(1, W, S);
+  PublishForm(
+      u"Texts",
+      [&](IfrWriter &W, Strings &S) {
+        for (unsigned Index = 0; Index < 30; Index++) {
+          if (Index == 5) {
+            W.Text(S.Add(u"Firmware\r\nversions"), S.Add(u"Two lines"), S.Add(u"AAAAAAAA\r\nB"));
+            continue;
+          }
+          W.Text(S.Add(u"Line " + TwoDigits(Index)), S.Add(u"One line"),
+                 S.Add(u"v" + TwoDigits(Index)));
+        }
+      },
+      0);
   Send(Handles());
   ASSERT_TRUE(Waiting());
   EXPECT_EQ(Browser->OptionRows, 31);
@@ -162,17 +143,14 @@ TEST_F(OptionTest, AFormWithNothingToSelectScrollsByALine) {
 // The three records of a date and of a time: fields three cells apart behind the prompt column,
 // separators and brackets in the plain colour, the highlighted field alone in the highlight.
 TEST_F(OptionTest, TheThreeFieldsOfADateAndATime) {
-  Strings S;
-  IfrWriter W;
-  EFI_STRING_ID Title = S.Add(u"Clock");
-  W.FormSet(TestGuid(1), Title, S.Add(u"Help"), {}, true);
-  W.VarStore(TestGuid(1), 1, 64, "Data");
-  W.Form(1, Title, true);
-  W.Date({S.Add(u"Date of Manufacture:"), S.Add(u"A date"), 0x10, 1, 0, 0});
-  W.Time({S.Add(u"Time"), S.Add(u"A time"), 0x11, 1, 4, 0});
-  W.Date({S.Add(u"Today"), S.Add(u"The clock's date"), 0x12, 0, 0, 0}, QF_DATE_STORAGE_TIME);
-  W.End().End();
-  PublishForms(1, W, S, 64);
+  PublishForm(
+      u"Clock",
+      [&](IfrWriter &W, Strings &S) {
+        W.Date({S.Add(u"Date of Manufacture:"), S.Add(u"A date"), 0x10, 1, 0, 0});
+        W.Time({S.Add(u"Time"), S.Add(u"A time"), 0x11, 1, 4, 0});
+        W.Date({S.Add(u"Today"), S.Add(u"The clock's date"), 0x12, 0, 0, 0}, QF_DATE_STORAGE_TIME);
+      },
+      64);
   std::vector<uint8_t> &Data = *Published[0]->Driver->Buffer(TestGuid(1), u"Data");
   Data[0] = 2024 & 0xFF;
   Data[1] = 2024 >> 8;

@@ -145,6 +145,23 @@ PublishedFormSet &ScreenTest::PublishForms(UINT8 Id, kit::IfrWriter &Forms, kit:
   return Set;
 }
 
+PublishedFormSet &
+ScreenTest::PublishForm(const std::u16string &Title,
+                        const std::function<void(kit::IfrWriter &, kit::Strings &)> &Body,
+                        UINT16 StoreSize) {
+  kit::Strings S;
+  kit::IfrWriter W;
+  EFI_STRING_ID TitleId = S.Add(Title);
+  W.FormSet(TestGuid(1), TitleId, S.Add(u"Help"), {}, true);
+  if (StoreSize != 0) {
+    W.VarStore(TestGuid(1), 1, StoreSize, "Data");
+  }
+  W.Form(1, TitleId, true);
+  Body(W, S);
+  W.End().End();
+  return PublishForms(1, W, S, StoreSize);
+}
+
 std::vector<EFI_HII_HANDLE> ScreenTest::Handles() {
   std::vector<EFI_HII_HANDLE> Out;
   for (const auto &Set : Published) {

@@ -3,6 +3,7 @@
 // under tests/screen/screens.
 #pragma once
 
+#include <functional>
 #include <list>
 #include <string>
 #include <utility>
@@ -65,6 +66,12 @@ protected:
   PublishedFormSet &PublishForms(UINT8 Id, kit::IfrWriter &Forms, kit::Strings &Strings,
                                  UINT16 StoreSize = 0, const EFI_GUID *Page = nullptr,
                                  EFI_STRING_ID Title = 0);
+
+  // Publishes form set 1 with one form titled Title, whose statements Body writes, and a buffer
+  // store 1 "Data" of StoreSize bytes (none for 0).
+  PublishedFormSet &PublishForm(const std::u16string &Title,
+                                const std::function<void(kit::IfrWriter &, kit::Strings &)> &Body,
+                                UINT16 StoreSize = 8);
 
   std::vector<EFI_HII_HANDLE> Handles();
 

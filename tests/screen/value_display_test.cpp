@@ -128,31 +128,28 @@ TEST_F(ValueDisplayTest, AOneOfRepairsAValueNoVisibleOptionMatches) {
       {u"All hidden, lost", {{u"Ann", 1, true}, {u"Bob", 2, true}}, 9, u"[Bob]", 9},
       {u"No options", {}, 4, u"[]", 4},
   };
-  Strings S;
-  IfrWriter W;
-  EFI_STRING_ID Title = S.Add(u"One-of");
-  W.FormSet(TestGuid(1), Title, S.Add(u"Help"), {}, true);
-  W.VarStore(TestGuid(1), 1, 16, "Data");
-  W.Form(1, Title, true);
-  UINT16 Offset = 0;
-  for (const Case &Each : Cases) {
-    W.OneOf({S.Add(Each.Prompt), S.Add(u"A choice"), static_cast<EFI_QUESTION_ID>(0x10 + Offset), 1,
-             Offset, 0},
-            EFI_IFR_NUMERIC_SIZE_1, 0, 9, 0, true);
-    for (const Option &Choice : Each.Options) {
-      if (Choice.Suppressed) {
-        W.SuppressIf(true).True();
-      }
-      W.OneOfOption(S.Add(Choice.Text), 0, IfrValue::U8(Choice.Value));
-      if (Choice.Suppressed) {
-        W.End();
-      }
-    }
-    W.End();
-    Offset++;
-  }
-  W.End().End();
-  PublishForms(1, W, S, 16);
+  PublishForm(
+      u"One-of",
+      [&](IfrWriter &W, Strings &S) {
+        UINT16 Offset = 0;
+        for (const Case &Each : Cases) {
+          W.OneOf({S.Add(Each.Prompt), S.Add(u"A choice"),
+                   static_cast<EFI_QUESTION_ID>(0x10 + Offset), 1, Offset, 0},
+                  EFI_IFR_NUMERIC_SIZE_1, 0, 9, 0, true);
+          for (const Option &Choice : Each.Options) {
+            if (Choice.Suppressed) {
+              W.SuppressIf(true).True();
+            }
+            W.OneOfOption(S.Add(Choice.Text), 0, IfrValue::U8(Choice.Value));
+            if (Choice.Suppressed) {
+              W.End();
+            }
+          }
+          W.End();
+          Offset++;
+        }
+      },
+      16);
   std::vector<uint8_t> &Driver = *Published[0]->Driver->Buffer(TestGuid(1), u"Data");
   for (size_t Index = 0; Index < std::size(Cases); Index++) {
     Driver[Index] = Cases[Index].Stored;
@@ -272,31 +269,29 @@ TEST_F(ValueDisplayTest, OrderedListRows) {
 TEST_F(ValueDisplayTest, ActionQuestionsAndValueWidths) {
   const std::u16string Request =
       u"GUID=0123456789abcdef0123456789abcdef&NAME=0041&PATH=00"; // a <ConfigHdr>
-  Strings S;
-  IfrWriter W;
-  EFI_STRING_ID Title = S.Add(u"Actions");
-  W.FormSet(TestGuid(1), Title, S.Add(u"Help"), {}, true);
-  W.VarStore(TestGuid(1), 1, 64, "Data");
-  W.Form(1, Title, true);
-  W.Action({S.Add(u"Run"), S.Add(u"Runs"), 0x10, 0, 0, EFI_IFR_FLAG_CALLBACK}, S.Add(u"Run now"));
-  W.Action({S.Add(u"Plain"), S.Add(u"Nothing to show"), 0x11, 0, 0, EFI_IFR_FLAG_CALLBACK},
-           std::nullopt);
-  W.Action({S.Add(u"Request"), S.Add(u"Sends a request"), 0x12, 0, 0, EFI_IFR_FLAG_CALLBACK},
-           S.Add(Request));
-  W.OneOf({S.Add(u"Choice"), S.Add(u"Options"), 0x13, 1, 0, 0}, EFI_IFR_NUMERIC_SIZE_1, 0, 2, 0,
-          true);
-  W.OneOfOption(S.Add(u"Short"), 0, IfrValue::U8(0));
-  W.OneOfOption(S.Add(u"日本語"), 0, IfrValue::U8(1));
-  W.End();
-  W.String({S.Add(u"Name"), S.Add(u"A name"), 0x14, 1, 2, 0}, 0, 12);
-  W.Password({S.Add(u"Secret"), S.Add(u"A password"), 0x15, 1, 28, 0}, 0, 8);
-  W.Date({S.Add(u"Day"), S.Add(u"A date"), 0x16, 1, 46, 0});
-  W.Time({S.Add(u"Clock"), S.Add(u"A time"), 0x17, 1, 50, 0});
-  W.Checkbox({S.Add(u"Flag"), S.Add(u"A flag"), 0x18, 1, 53, 0});
-  W.Numeric({S.Add(u"Count"), S.Add(u"A number"), 0x19, 1, 54, 0}, EFI_IFR_NUMERIC_SIZE_1, 0, 99,
-            0);
-  W.End().End();
-  PublishForms(1, W, S, 64);
+  PublishForm(
+      u"Actions",
+      [&](IfrWriter &W, Strings &S) {
+        W.Action({S.Add(u"Run"), S.Add(u"Runs"), 0x10, 0, 0, EFI_IFR_FLAG_CALLBACK},
+                 S.Add(u"Run now"));
+        W.Action({S.Add(u"Plain"), S.Add(u"Nothing to show"), 0x11, 0, 0, EFI_IFR_FLAG_CALLBACK},
+                 std::nullopt);
+        W.Action({S.Add(u"Request"), S.Add(u"Sends a request"), 0x12, 0, 0, EFI_IFR_FLAG_CALLBACK},
+                 S.Add(Request));
+        W.OneOf({S.Add(u"Choice"), S.Add(u"Options"), 0x13, 1, 0, 0}, EFI_IFR_NUMERIC_SIZE_1, 0, 2,
+                0, true);
+        W.OneOfOption(S.Add(u"Short"), 0, IfrValue::U8(0));
+        W.OneOfOption(S.Add(u"日本語"), 0, IfrValue::U8(1));
+        W.End();
+        W.String({S.Add(u"Name"), S.Add(u"A name"), 0x14, 1, 2, 0}, 0, 12);
+        W.Password({S.Add(u"Secret"), S.Add(u"A password"), 0x15, 1, 28, 0}, 0, 8);
+        W.Date({S.Add(u"Day"), S.Add(u"A date"), 0x16, 1, 46, 0});
+        W.Time({S.Add(u"Clock"), S.Add(u"A time"), 0x17, 1, 50, 0});
+        W.Checkbox({S.Add(u"Flag"), S.Add(u"A flag"), 0x18, 1, 53, 0});
+        W.Numeric({S.Add(u"Count"), S.Add(u"A number"), 0x19, 1, 54, 0}, EFI_IFR_NUMERIC_SIZE_1, 0,
+                  99, 0);
+      },
+      64);
   Send(Handles());
   ASSERT_TRUE(Waiting());
   // Values from 4 + 7 + 2 = 13.
