@@ -211,6 +211,157 @@ bool ModelTest::NoticeShowed(const std::string &Text) const {
   return false;
 }
 
+void RichSetTest::TearDown() {
+  ReleaseFormSet(Set);
+  ModelTest::TearDown();
+}
+
+kit::IfrWriter RichSetTest::RichForms(kit::Strings &S) {
+  using namespace rich;
+  using kit::IfrValue;
+  EFI_STRING_ID SpeedName = S.Add(u"Speed");
+  EFI_STRING_ID SmallName = S.Add(u"Small");
+  EFI_STRING_ID LabelName = S.Add(u"Label");
+  EFI_STRING_ID PinName = S.Add(u"Pin");
+  EFI_STRING_ID LevelName = S.Add(u"Level");
+  EFI_STRING_ID TooBig = S.Add(u"Too big");
+  kit::IfrWriter W;
+  W.FormSet(SetGuid(), S.Add(u"Rich"), S.Add(u"Help"), {}, true);
+  W.DefaultStore(S.Add(u"Standard"), EFI_HII_DEFAULT_CLASS_STANDARD);
+  W.DefaultStore(S.Add(u"Manufacturing"), EFI_HII_DEFAULT_CLASS_MANUFACTURING);
+  W.VarStore(BufferGuid, 1, 48, "Data");
+  W.VarStoreNameValue(2, NameValueGuid);
+  W.VarStoreEfi(3, VariableGuid, VariableAttributes, 2, "Level");
+
+  W.Form(1, S.Add(u"Main"), true);
+  W.Text(1, 0);
+  W.Subtitle(S.Add(u"Section"), 0);
+  W.Rule(1, true).True().End();
+  // Shown first when the driver's byte is in no option; hidden while it keeps its default.
+  W.SuppressIf(true).EqIdValList(Choice, {1, 2, 3});
+  W.OneOf({1, 0, Choice, 1, 11, 0}, EFI_IFR_NUMERIC_SIZE_1, 0, 3, 1, true);
+  W.OneOfOption(1, 0, IfrValue::U8(0)).OneOfOption(1, EFI_IFR_OPTION_DEFAULT, IfrValue::U8(1));
+  W.End().End();
+  W.String({1, 0, Short, 1, 26, 0}, 0, 2);
+  W.Numeric({1, 0, Computed, 1, 0, 0}, EFI_IFR_NUMERIC_SIZE_1, 0, 0xFF, 0, true);
+  W.Value(true).QuestionRef1(Number).End();
+  W.End();
+  W.Numeric({1, 0, Number, 1, 2, 0}, EFI_IFR_NUMERIC_SIZE_2, 0, 0xFFFF, 0, true);
+  W.Default(0, IfrValue::U16(9)).Default(1, IfrValue::U16(1));
+  W.InconsistentIf(TooBig, true).EqIdVal(Number, 5).End();
+  W.NoSubmitIf(0, true).EqIdVal(Number, 6).End();
+  W.End();
+  W.GrayOutIf(true).True().Date({1, 0, Day, 1, 4, 0}).End();
+  W.Checkbox({1, 0, Box, 1, 9, 0});
+  W.Checkbox({1, 0, Watched, 1, 10, EFI_IFR_FLAG_CALLBACK}, 0, true);
+  W.Default(EFI_HII_DEFAULT_CLASS_MANUFACTURING, IfrValue::Bool(true));
+  W.End();
+  W.Time({1, 0, Clock, 1, 12, 0});
+  W.OrderedList({1, 0, Order, 1, 30, 0}, 2, 0, true);
+  W.OneOfOption(1, 0, IfrValue::U8(1)).OneOfOption(1, 0, IfrValue::U8(2));
+  W.End();
+  W.String({1, 0, Asked, 1, 32, EFI_IFR_FLAG_CALLBACK}, 0, 3);
+  W.Password({1, 0, Secret, 1, 38, EFI_IFR_FLAG_CALLBACK}, 0, 2);
+  W.Numeric({1, 0, Speed, 2, SpeedName, 0}, EFI_IFR_NUMERIC_SIZE_2, 0, 0xFFFF, 0, true);
+  W.Default(0, IfrValue::U16(0x12AB)).Default(1, IfrValue::U16(3));
+  W.End();
+  W.Numeric({1, 0, Small, 2, SmallName, 0}, EFI_IFR_NUMERIC_SIZE_1, 0, 0xFF, 0, true);
+  W.Default(0, IfrValue::U8(0x0F));
+  W.End();
+  W.String({1, 0, Label, 2, LabelName, 0}, 0, 10);
+  W.Password({1, 0, Pin, 2, PinName, 0}, 0, 4);
+  W.Numeric({1, 0, Level, 3, LevelName, 0}, EFI_IFR_NUMERIC_SIZE_2, 0, 0xFFFF, 0, true);
+  W.Default(0, IfrValue::U16(0x44)).Default(1, IfrValue::U16(0x45));
+  W.End();
+  W.DisableIf(true).EqIdValList(Level, {5}).Text(1, 0).End();
+  W.Date({1, 0, RtcDate, 0, 0, 0}, QF_DATE_STORAGE_TIME);
+  W.Time({1, 0, RtcTime, 0, 0, 0}, QF_TIME_STORAGE_TIME);
+  W.Date({1, 0, WakeDate, 0, 0, 0}, QF_DATE_STORAGE_WAKEUP);
+  W.Time({1, 0, WakeTime, 0, 0, 0}, QF_TIME_STORAGE_WAKEUP);
+  W.Date({1, 0, Loose, 0, 0, 0});
+  W.End();
+
+  // Form 2: defaults of every source on questions without storage (ids 0x70 on).
+  W.Form(2, S.Add(u"Defaults"), true);
+  W.Text(1, 0);
+  W.Numeric({1, 0, Twin, 1, 44, 0}, EFI_IFR_NUMERIC_SIZE_2, 0, 0xFFFF, 0);
+  // A default record, and options flagged for both stores.
+  W.OneOf({1, 0, 0x70, 0, 0, 0}, EFI_IFR_NUMERIC_SIZE_1, 0, 9, 1, true);
+  W.OneOfOption(1, 0, IfrValue::U8(1));
+  W.OneOfOption(1, EFI_IFR_OPTION_DEFAULT, IfrValue::U8(2));
+  W.OneOfOption(1, EFI_IFR_OPTION_DEFAULT_MFG, IfrValue::U8(3));
+  W.Default(EFI_HII_DEFAULT_CLASS_STANDARD, IfrValue::U8(9));
+  W.End();
+  // No default at all; the options carry another type than the question.
+  W.OneOf({1, 0, 0x71, 0, 0, 0}, EFI_IFR_NUMERIC_SIZE_1, 0, 9, 1, true);
+  W.OneOfOption(1, 0, IfrValue::U16(0x107)).OneOfOption(1, 0, IfrValue::U16(0x108));
+  W.End();
+  W.Checkbox({1, 0, 0x72, 0, 0, 0}, EFI_IFR_CHECKBOX_DEFAULT_MFG, true);
+  W.Default(5, IfrValue::Bool(true)); // a store the set does not declare
+  W.End();
+  W.Numeric({1, 0, 0x73, 0, 0, 0}, EFI_IFR_NUMERIC_SIZE_8, 0x123456789ull, 0xFFFFFFFFFull, 1);
+  W.OrderedList({1, 0, 0x74, 0, 0, 0}, 2, 0, true);
+  W.OneOfOption(1, 0, IfrValue::U8(4)).OneOfOption(1, EFI_IFR_OPTION_DEFAULT, IfrValue::U8(5));
+  W.OneOfOption(1, 0, IfrValue::U8(6));
+  W.Default(EFI_HII_DEFAULT_CLASS_MANUFACTURING, IfrValue::Buffer({6, 4}));
+  W.End();
+  W.Numeric({1, 0, 0x75, 0, 0, 0}, EFI_IFR_NUMERIC_SIZE_1, 0, 9, 1, true);
+  W.Default2(EFI_HII_DEFAULT_CLASS_STANDARD, EFI_IFR_TYPE_NUM_SIZE_8, true);
+  W.Value(true).Uint8(3).Uint8(4).Add().End().End();
+  W.End();
+  W.Checkbox({1, 0, 0x76, 0, 0, 0}, 0, true);
+  W.Default2(EFI_HII_DEFAULT_CLASS_STANDARD, EFI_IFR_TYPE_BOOLEAN, true);
+  W.Value(true).Uint8(2).End().End();
+  W.End();
+  W.Numeric({1, 0, 0x77, 0, 0, 0}, EFI_IFR_NUMERIC_SIZE_1, 0, 9, 1, true);
+  W.Default2(EFI_HII_DEFAULT_CLASS_STANDARD, EFI_IFR_TYPE_NUM_SIZE_8, true);
+  W.Value(true).QuestionRef1(0x99).End().End();
+  W.End();
+  W.OneOf({1, 0, 0x78, 0, 0, 0}, EFI_IFR_NUMERIC_SIZE_2, 0, 9, 1, true);
+  W.OneOfOption(1, EFI_IFR_OPTION_DEFAULT_MFG, IfrValue::U8(5));
+  W.End();
+  W.String({1, 0, 0x79, 0, 0, 0}, 0, 4);
+  W.OneOf({1, 0, 0x7A, 0, 0, 0}, EFI_IFR_NUMERIC_SIZE_1, 0, 9, 1);
+  W.Rule(2, true).StringRef1(LabelName).Length().End();
+  W.Numeric({1, 0, 0x7B, 0, 0, 0}, EFI_IFR_NUMERIC_SIZE_1, 0, 9, 1, true);
+  W.Value(true).RuleRef(2).End();
+  W.End();
+  W.End();
+
+  W.Form(3, S.Add(u"Odd"), true);
+  W.Numeric({1, 0, Nameless, 2, 0x7777, 0}, EFI_IFR_NUMERIC_SIZE_2, 0, 0xFFFF, 0, true);
+  W.InconsistentIf(TooBig, true).EqIdVal(0x99, 0).End();
+  W.End();
+  W.Numeric({1, 0, Late, 3, LevelName, 0}, EFI_IFR_NUMERIC_SIZE_2, 0, 0xFFFF, 0);
+  W.End();
+  W.End();
+  return W;
+}
+
+PublishedFormSet &RichSetTest::PublishRich() {
+  kit::Strings S;
+  kit::IfrWriter W = RichForms(S);
+  PublishedFormSet &Out = PublishSet(W, S);
+  std::vector<uint8_t> Bytes(48);
+  for (size_t Index = 0; Index < Bytes.size(); Index++) {
+    Bytes[Index] = static_cast<uint8_t>(0xA0 + Index);
+  }
+  Out.Driver->AddBufferStorage(rich::BufferGuid, u"Data", Bytes);
+  Out.Driver->AddNameValueStorage(rich::NameValueGuid);
+  (*Out.Driver->NameValues(rich::NameValueGuid))[u"Speed"] = u"0042";
+  (*Out.Driver->NameValues(rich::NameValueGuid))[u"Label"] = u"Named";
+  (*Out.Driver->NameValues(rich::NameValueGuid))[u"Pin"] = u"1234";
+  return Out;
+}
+
+void RichSetTest::LoadRich() {
+  Published = &PublishRich();
+  ASSERT_EQ(LoadSet(Published->Handle, SetGuid(), &Set), EFI_SUCCESS);
+  Main = FormAt(Set, 0);
+  Data = StorageAt(Set, 0);
+  Names = StorageAt(Set, 1);
+}
+
 namespace {
 
 ListLink *Nth(ListLink *Head, size_t Index) {

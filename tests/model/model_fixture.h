@@ -142,4 +142,68 @@ std::u16string TextOf(const CHAR16 *Text);
 UINT64 NumberOf(const HiiValue &Value);
 HiiValue MakeValue(UINT8 Type, UINT64 Number);
 
+// The form set most model tests share, published by RichSetTest under SetGuid().
+namespace rich {
+
+inline const EFI_GUID BufferGuid = TestGuid(0x81);
+inline const EFI_GUID NameValueGuid = TestGuid(0x82);
+inline const EFI_GUID VariableGuid = TestGuid(0x83);
+constexpr UINT32 VariableAttributes = EFI_VARIABLE_BOOTSERVICE_ACCESS | EFI_VARIABLE_RUNTIME_ACCESS;
+
+// Question ids. Form 1 (Main) holds a question of every kind: on the 48-byte buffer Data (at
+// the offsets noted), on the name-value storage, on the EFI variable Level, on the clock and on
+// nothing. Form 2 holds questions without storage for the defaults, a second question with
+// Number's id and a rule; form 3 a question whose value cannot be read.
+enum : EFI_QUESTION_ID {
+  Computed = 0x50, // u8 at 0, value of question Number
+  Number = 0x11,   // u16 at 2; defaults 9 and 1; inconsistent at 5, no-submit at 6
+  Day = 0x12,      // date at 4, grayed out
+  Box = 0x10,      // checkbox at 9
+  Choice = 0x16,   // one-of at 11, options 0 and 1 (the default), suppressed at 1, 2 or 3
+  Watched = 0x60,  // checkbox at 10, Callback; manufacturing default true
+  Clock = 0x13,    // time at 12, fourteen bytes
+  Short = 0x14,    // string of 2 at 26
+  Order = 0x15,    // ordered list of 2 at 30, options 1 and 2
+  Asked = 0x61,    // string of 3 at 32, Callback
+  Secret = 0x62,   // password of 2 at 38, Callback
+  Speed = 0x20,    // u16 named Speed; defaults 0x12AB and 3
+  Small = 0x21,    // u8 named Small; standard default 0x0F
+  Label = 0x22,    // string of 10 named Label
+  Pin = 0x24,      // password of 4 named Pin
+  Level = 0x30,    // u16 in the variable Level; defaults 0x44 and 0x45
+  RtcDate = 0x40,
+  RtcTime = 0x41,
+  WakeDate = 0x42,
+  WakeTime = 0x43,
+  Loose = 0x44,    // a date bound to nothing
+  Twin = Number,   // form 2: u16 at 44
+  Nameless = 0x23, // form 3: u16 whose name does not read; an inconsistent-if that cannot run
+  Late = 0x31,     // form 3: u16 in the variable Level, after Nameless
+};
+
+} // namespace rich
+
+// A model test over the shared form set. Its driver holds 0xA0 + offset in each byte of Data
+// and the texts Speed=0042, Label=Named and Pin=1234; Set is released at the end of the test.
+class RichSetTest : public ModelTest {
+protected:
+  void TearDown() override;
+
+  kit::IfrWriter RichForms(kit::Strings &S);
+  PublishedFormSet &PublishRich();
+  // Publishes and loads it into Published, Set, Main, Data and Names.
+  void LoadRich();
+
+  Statement *Q(EFI_QUESTION_ID Id) { return QuestionById(Set, Id); }
+  std::vector<UINT8> EditBytes(size_t Offset, size_t Count) {
+    return std::vector<UINT8>(Data->EditCopy + Offset, Data->EditCopy + Offset + Count);
+  }
+
+  PublishedFormSet *Published = nullptr;
+  FormSet *Set = nullptr;
+  Form *Main = nullptr;
+  Storage *Data = nullptr;
+  Storage *Names = nullptr;
+};
+
 } // namespace morvane::test

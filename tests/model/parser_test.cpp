@@ -189,6 +189,8 @@ TEST_F(ParserTest, EveryOpcodeRowFillsItsRecord) {
     UINT8 Type;
     UINT16 Bytes;
     Storage *Where;
+    UINT64 Minimum = 0, Maximum = 0, Step = 0;
+    UINTN Held = 0; // the size of the value buffer, 0 without one
   };
   const Row Rows[] = {
       {EFI_IFR_SUBTITLE_OP, 0, P, 0, 0, Unchecked, 0, nullptr},
@@ -197,23 +199,25 @@ TEST_F(ParserTest, EveryOpcodeRowFillsItsRecord) {
       {EFI_IFR_SUBTITLE_OP, 0, 0, EFI_IFR_FLAGS_HORIZONTAL, 0, Unchecked, 0, nullptr},
       {EFI_IFR_SUBTITLE_OP, 0, P, EFI_IFR_FLAGS_HORIZONTAL, 0, Unchecked, 0, nullptr},
       {EFI_IFR_ONE_OF_OP, 0x10, P, EFI_IFR_NUMERIC_SIZE_2, EFI_IFR_FLAG_CALLBACK,
-       EFI_IFR_TYPE_NUM_SIZE_16, 2, Buffer},
+       EFI_IFR_TYPE_NUM_SIZE_16, 2, Buffer, 1, 9, 1},
       {EFI_IFR_NUMERIC_OP, 0x11, P, EFI_IFR_NUMERIC_SIZE_4 | EFI_IFR_DISPLAY_UINT_HEX,
-       EFI_IFR_FLAG_READ_ONLY, EFI_IFR_TYPE_NUM_SIZE_32, 4, Buffer},
+       EFI_IFR_FLAG_READ_ONLY, EFI_IFR_TYPE_NUM_SIZE_32, 4, Buffer, 10, 1000, 5},
       {EFI_IFR_CHECKBOX_OP, 0x12, P, EFI_IFR_CHECKBOX_DEFAULT, EFI_IFR_FLAG_RESET_REQUIRED,
        EFI_IFR_TYPE_BOOLEAN, 1, Buffer},
-      {EFI_IFR_PASSWORD_OP, 0x13, P, 0, EFI_IFR_FLAG_CALLBACK, EFI_IFR_TYPE_STRING, 16, Buffer},
-      {EFI_IFR_STRING_OP, 0x14, P, EFI_IFR_STRING_MULTI_LINE, 0, EFI_IFR_TYPE_STRING, 40,
-       NameValue},
-      {EFI_IFR_ORDERED_LIST_OP, 0x15, P, EFI_IFR_UNIQUE_SET, 0, EFI_IFR_TYPE_OTHER, 3, Buffer},
+      {EFI_IFR_PASSWORD_OP, 0x13, P, 0, EFI_IFR_FLAG_CALLBACK, EFI_IFR_TYPE_STRING, 16, Buffer, 2,
+       8, 0, 18},
+      {EFI_IFR_STRING_OP, 0x14, P, EFI_IFR_STRING_MULTI_LINE, 0, EFI_IFR_TYPE_STRING, 40, NameValue,
+       1, 20, 0, 42},
+      {EFI_IFR_ORDERED_LIST_OP, 0x15, P, EFI_IFR_UNIQUE_SET, 0, EFI_IFR_TYPE_OTHER, 3, Buffer, 0, 0,
+       0, 3},
       {EFI_IFR_DATE_OP, 0x16, P, 0, 0, EFI_IFR_TYPE_DATE, 4, Buffer},
       // A time on the clock is bound to no storage, whatever its header names.
       {EFI_IFR_TIME_OP, 0x17, P, QF_TIME_STORAGE_TIME, 0, EFI_IFR_TYPE_TIME, 0, nullptr},
       {EFI_IFR_ACTION_OP, 0x18, P, 0, 0, Unchecked, 0, nullptr},
       {EFI_IFR_RESET_BUTTON_OP, 0x19, P, 0, 0, Unchecked, 0, nullptr},
       {EFI_IFR_REF_OP, 0x1A, P, 0, 0, Unchecked, 0, nullptr},
-      {EFI_IFR_NUMERIC_OP, 0x1B, P, EFI_IFR_NUMERIC_SIZE_1, 0, EFI_IFR_TYPE_NUM_SIZE_8, 1,
-       Variable},
+      {EFI_IFR_NUMERIC_OP, 0x1B, P, EFI_IFR_NUMERIC_SIZE_1, 0, EFI_IFR_TYPE_NUM_SIZE_8, 1, Variable,
+       0, 200},
   };
   ASSERT_EQ(CountOf(&One->StatementList), std::size(Rows));
   for (size_t Index = 0; Index < std::size(Rows); Index++) {
@@ -230,6 +234,12 @@ TEST_F(ParserTest, EveryOpcodeRowFillsItsRecord) {
     }
     EXPECT_EQ(Record->ValueBytes, Each.Bytes) << Index;
     EXPECT_EQ(Record->Storage, Each.Where) << Index;
+    EXPECT_EQ((std::vector<UINT64>{Record->Minimum, Record->Maximum, Record->Step}),
+              (std::vector<UINT64>{Each.Minimum, Each.Maximum, Each.Step}))
+        << Index;
+    EXPECT_EQ(Record->ValueBuffer == nullptr ? 0 : Host().Pool().SizeOf(Record->ValueBuffer),
+              Each.Held)
+        << Index;
   }
   EXPECT_EQ(StatementAt(One, 1)->TextTwo, T2);
   EXPECT_EQ(NumberOf(StatementAt(One, 1)->Value), 0u);
@@ -237,11 +247,7 @@ TEST_F(ParserTest, EveryOpcodeRowFillsItsRecord) {
   Statement *OneOf = StatementAt(One, 4);
   EXPECT_EQ(OneOf->VarStoreId, 1);
   EXPECT_EQ(OneOf->VarStoreInfo, 4);
-  EXPECT_EQ(OneOf->ValueBuffer, nullptr);
   EXPECT_EQ(OneOf->ItemName, nullptr);
-  EXPECT_EQ(OneOf->Minimum, 1u);
-  EXPECT_EQ(OneOf->Maximum, 9u);
-  EXPECT_EQ(OneOf->Step, 1u);
   ASSERT_EQ(CountOf(&OneOf->QuestionOptionList), 2u);
   QuestionOption *Option = OptionAt(OneOf, 1);
   EXPECT_EQ(Option->Text, P);
@@ -257,23 +263,9 @@ TEST_F(ParserTest, EveryOpcodeRowFillsItsRecord) {
   EXPECT_EQ(NumberOf(Default->Value), 2u);
   EXPECT_EQ(Default->ComputedValue, nullptr);
 
-  Statement *Numeric = StatementAt(One, 5);
-  EXPECT_EQ(Numeric->Minimum, 10u);
-  EXPECT_EQ(Numeric->Maximum, 1000u);
-  EXPECT_EQ(Numeric->Step, 5u);
-  Statement *Password = StatementAt(One, 7);
-  EXPECT_EQ(Password->Minimum, 2u);
-  EXPECT_EQ(Password->Maximum, 8u);
-  EXPECT_EQ(Host().Pool().SizeOf(Password->ValueBuffer), 18u);
-  Statement *String = StatementAt(One, 8);
-  EXPECT_EQ(TextOf(String->ItemName), u"Item");
-  EXPECT_EQ(String->Minimum, 1u);
-  EXPECT_EQ(String->Maximum, 20u);
-  EXPECT_EQ(Host().Pool().SizeOf(String->ValueBuffer), 42u);
-  Statement *Ordered = StatementAt(One, 9);
-  EXPECT_EQ(Ordered->MaxContainers, 3);
-  EXPECT_EQ(Host().Pool().SizeOf(Ordered->ValueBuffer), 3u);
-  EXPECT_EQ(CountOf(&Ordered->QuestionOptionList), 2u);
+  EXPECT_EQ(TextOf(StatementAt(One, 8)->ItemName), u"Item");
+  EXPECT_EQ(StatementAt(One, 9)->MaxContainers, 3);
+  EXPECT_EQ(CountOf(&StatementAt(One, 9)->QuestionOptionList), 2u);
   EXPECT_EQ(StatementAt(One, 12)->QuestionConfig, T2);
   EXPECT_EQ(StatementAt(One, 12)->ActionOnKey, 0);
   EXPECT_EQ(StatementAt(One, 13)->DefaultId, EFI_HII_DEFAULT_CLASS_MANUFACTURING);

@@ -1,8 +1,10 @@
 // A question's value between its Statement and where it is kept: the edit side of a buffer or
 // name-value storage, an EFI variable, the clock, a value expression; the Retrieve Callback;
-// and the inconsistent-if and no-submit-if checks.
+// the inconsistent-if and no-submit-if checks; look-ups in the model, with the refresh a
+// question look-up makes after a driver wrote into a storage; and the normal form of values.
 #include <vector>
 
+#include "expression/expression.h"
 #include "storage/question_value.h"
 #include "support/memory.h"
 #include "tests/common/text.h"
@@ -11,122 +13,23 @@
 namespace morvane::test {
 namespace {
 
-using kit::IfrValue;
 using kit::IfrWriter;
 using kit::Strings;
 
-const EFI_GUID BufferGuid = TestGuid(0x81);
-const EFI_GUID NameValueGuid = TestGuid(0x82);
-const EFI_GUID VariableGuid = TestGuid(0x83);
-constexpr UINT32 VariableAttributes = EFI_VARIABLE_BOOTSERVICE_ACCESS | EFI_VARIABLE_RUNTIME_ACCESS;
+using namespace rich;
 
-// Question ids and where they sit in the 48-byte buffer.
-enum : EFI_QUESTION_ID {
-  Computed = 0x50, // u8 at 0, value of question Number
-  Number = 0x11,   // u16 at 2
-  Day = 0x12,      // date at 4
-  Box = 0x10,      // checkbox at 9
-  Watched = 0x60,  // checkbox at 10, Callback
-  Clock = 0x13,    // time at 12, fourteen bytes
-  Short = 0x14,    // string of 2 at 26
-  Order = 0x15,    // ordered list of 2 at 30
-  Asked = 0x61,    // string of 3 at 32, Callback
-  Secret = 0x62,   // password of 2 at 38, Callback
-  Speed = 0x20,    // u16 named Speed
-  Small = 0x21,    // u8 named Small
-  Label = 0x22,    // string of 10 named Label
-  Nameless = 0x23, // u16 whose name does not read
-  Level = 0x30,    // u16 in the variable Level
-  RtcDate = 0x40,
-  RtcTime = 0x41,
-  WakeDate = 0x42,
-  WakeTime = 0x43,
-  Loose = 0x44, // a date bound to nothing
-};
-
-class QuestionValueTest : public ModelTest {
+class QuestionValueTest : public RichSetTest {
 protected:
   void SetUp() override {
-    ModelTest::SetUp();
-    Strings S;
-    EFI_STRING_ID SpeedName = S.Add(u"Speed");
-    EFI_STRING_ID SmallName = S.Add(u"Small");
-    EFI_STRING_ID LabelName = S.Add(u"Label");
-    EFI_STRING_ID LevelName = S.Add(u"Level");
-    TooBig = S.Add(u"Too big");
-    IfrWriter W;
-    W.FormSet(SetGuid(), S.Add(u"Values"), 0, {}, true);
-    W.VarStore(BufferGuid, 1, 48, "Data");
-    W.VarStoreNameValue(2, NameValueGuid);
-    W.VarStoreEfi(3, VariableGuid, VariableAttributes, 2, "Level");
-    W.Form(1, S.Add(u"Main"), true);
-    W.Text(1, 0);
-    W.Numeric({1, 0, Computed, 1, 0, 0}, EFI_IFR_NUMERIC_SIZE_1, 0, 0xFF, 0, true);
-    W.Value(true).QuestionRef1(Number).End();
-    W.End();
-    W.Numeric({1, 0, Number, 1, 2, 0}, EFI_IFR_NUMERIC_SIZE_2, 0, 0xFFFF, 0, true);
-    W.InconsistentIf(TooBig, true).EqIdVal(Number, 5).End();
-    W.NoSubmitIf(0, true).EqIdVal(Number, 6).End();
-    W.NoSubmitIf(TooBig, true).EqIdVal(0x99, 0).End();
-    W.End();
-    W.Date({1, 0, Day, 1, 4, 0});
-    W.Checkbox({1, 0, Box, 1, 9, 0});
-    W.Checkbox({1, 0, Watched, 1, 10, EFI_IFR_FLAG_CALLBACK});
-    W.Time({1, 0, Clock, 1, 12, 0});
-    W.String({1, 0, Short, 1, 26, 0}, 0, 2);
-    W.OrderedList({1, 0, Order, 1, 30, 0}, 2, 0, true);
-    W.OneOfOption(1, 0, IfrValue::U8(1)).OneOfOption(1, 0, IfrValue::U8(2));
-    W.End();
-    W.String({1, 0, Asked, 1, 32, EFI_IFR_FLAG_CALLBACK}, 0, 3);
-    W.Password({1, 0, Secret, 1, 38, EFI_IFR_FLAG_CALLBACK}, 0, 2);
-    W.Numeric({1, 0, Speed, 2, SpeedName, 0}, EFI_IFR_NUMERIC_SIZE_2, 0, 0xFFFF, 0);
-    W.Numeric({1, 0, Small, 2, SmallName, 0}, EFI_IFR_NUMERIC_SIZE_1, 0, 0xFF, 0);
-    W.String({1, 0, Label, 2, LabelName, 0}, 0, 10);
-    W.Numeric({1, 0, Nameless, 2, 0x7777, 0}, EFI_IFR_NUMERIC_SIZE_2, 0, 0xFFFF, 0);
-    W.Numeric({1, 0, Level, 3, LevelName, 0}, EFI_IFR_NUMERIC_SIZE_2, 0, 0xFFFF, 0);
-    W.Date({1, 0, RtcDate, 0, 0, 0}, QF_DATE_STORAGE_TIME);
-    W.Time({1, 0, RtcTime, 0, 0, 0}, QF_TIME_STORAGE_TIME);
-    W.Date({1, 0, WakeDate, 0, 0, 0}, QF_DATE_STORAGE_WAKEUP);
-    W.Time({1, 0, WakeTime, 0, 0, 0}, QF_TIME_STORAGE_WAKEUP);
-    W.Date({1, 0, Loose, 0, 0, 0});
-    W.End();
-    W.End();
-    Published = &PublishSet(W, S);
-    std::vector<uint8_t> Bytes(48);
-    for (size_t Index = 0; Index < Bytes.size(); Index++) {
-      Bytes[Index] = static_cast<uint8_t>(0xA0 + Index);
-    }
-    Published->Driver->AddBufferStorage(BufferGuid, u"Data", Bytes);
-    Published->Driver->AddNameValueStorage(NameValueGuid);
-    (*Published->Driver->NameValues(NameValueGuid))[u"Speed"] = u"0042";
-    (*Published->Driver->NameValues(NameValueGuid))[u"Label"] = u"Named";
-    ASSERT_EQ(LoadSet(Published->Handle, SetGuid(), &Set), EFI_SUCCESS);
+    RichSetTest::SetUp();
+    LoadRich();
     ASSERT_TRUE(Notices.empty()) << Notices.front();
-    Main = FormAt(Set, 0);
-    Data = StorageAt(Set, 0);
-    Names = StorageAt(Set, 1);
     Set->Loaded = 1;
   }
 
-  void TearDown() override {
-    ReleaseFormSet(Set);
-    ModelTest::TearDown();
-  }
-
-  Statement *Q(EFI_QUESTION_ID Id) { return QuestionById(Set, Id); }
   EFI_STATUS Read(EFI_QUESTION_ID Id) { return ReadQuestionValue(Set, Main, Q(Id)); }
   EFI_STATUS Write(EFI_QUESTION_ID Id) { return WriteQuestionValue(Set, Main, Q(Id)); }
   std::u16string EditValueOf(const std::u16string &Name) { return NodeText(Names, Name); }
-  std::vector<UINT8> EditBytes(size_t Offset, size_t Count) {
-    return std::vector<UINT8>(Data->EditCopy + Offset, Data->EditCopy + Offset + Count);
-  }
-
-  PublishedFormSet *Published = nullptr;
-  FormSet *Set = nullptr;
-  Form *Main = nullptr;
-  Storage *Data = nullptr;
-  Storage *Names = nullptr;
-  EFI_STRING_ID TooBig = 0;
 };
 
 TEST_F(QuestionValueTest, BufferQuestionsReadTheirWidthAtTheirOffset) {
@@ -195,7 +98,7 @@ TEST_F(QuestionValueTest, NameValueQuestionsKeepValueDigitsOrPlainText) {
     UINT64 Value;
     std::u16string Text;
   };
-  for (const WriteCase &Each : {WriteCase{Speed, 0x12AB, u"12AB"}, WriteCase{Small, 15, u"0F"},
+  for (const WriteCase &Each : {WriteCase{Speed, 0x12AB, u"12AB"}, WriteCase{Small, 0x1E, u"1E"},
                                 WriteCase{Speed, 0, u"0000"}}) {
     Q(Each.Question)->Value = MakeValue(Q(Each.Question)->Value.Type, Each.Value);
     ASSERT_EQ(Write(Each.Question), EFI_SUCCESS);
@@ -375,23 +278,27 @@ TEST_F(QuestionValueTest, RetrieveLetsTheDriverSupplyACallbackQuestionsValue) {
 TEST_F(QuestionValueTest, RulesOfAQuestion) {
   struct Case {
     const char *Name;
+    EFI_QUESTION_ID Question;
     UINT64 Value;
     UINTN Kind;
     EFI_STATUS Status;
     bool Box;
   };
   const Case Cases[] = {
-      {"inconsistent, holds", 5, RULE_KIND_INCONSISTENT, EFI_NOT_READY, true},
-      {"inconsistent, does not hold", 4, RULE_KIND_INCONSISTENT, EFI_SUCCESS, false},
-      {"no-submit without a message", 6, RULE_KIND_NO_SUBMIT, EFI_NOT_READY, false},
-      {"no-submit whose second rule cannot run", 4, RULE_KIND_NO_SUBMIT, EFI_NOT_FOUND, false},
-      {"another kind", 5, 2, EFI_UNSUPPORTED, false},
+      {"inconsistent, holds", Number, 5, RULE_KIND_INCONSISTENT, EFI_NOT_READY, true},
+      {"inconsistent, does not hold", Number, 4, RULE_KIND_INCONSISTENT, EFI_SUCCESS, false},
+      {"no-submit without a message", Number, 6, RULE_KIND_NO_SUBMIT, EFI_NOT_READY, false},
+      {"no-submit, does not hold", Number, 4, RULE_KIND_NO_SUBMIT, EFI_SUCCESS, false},
+      {"a rule that cannot run", Nameless, 4, RULE_KIND_INCONSISTENT, EFI_NOT_FOUND, false},
+      {"another kind", Number, 5, 2, EFI_UNSUPPORTED, false},
+      {"no rules, nothing to refuse", Box, 1, RULE_KIND_NO_SUBMIT, EFI_SUCCESS, false},
   };
   for (const Case &Each : Cases) {
     Notices.clear();
-    Q(Number)->Value = MakeValue(EFI_IFR_TYPE_NUM_SIZE_16, Each.Value);
+    Statement *Question = Q(Each.Question);
+    Question->Value = MakeValue(Question->Value.Type, Each.Value);
     EFI_STATUS Status =
-        RunDriver([&] { return CheckQuestionRules(Set, Main, Q(Number), Each.Kind); });
+        RunDriver([&] { return CheckQuestionRules(Set, Main, Question, Each.Kind); });
     EXPECT_EQ(Status, Each.Status) << Each.Name;
     EXPECT_EQ(Notices.size(), Each.Box ? 1u : 0u) << Each.Name;
     if (Each.Box && !Notices.empty()) {
@@ -400,20 +307,98 @@ TEST_F(QuestionValueTest, RulesOfAQuestion) {
       EXPECT_NE(Notices[0].find("Continue"), std::string::npos) << Notices[0];
     }
   }
-  EXPECT_EQ(CheckQuestionRules(Set, Main, Q(Box), RULE_KIND_NO_SUBMIT), EFI_SUCCESS)
-      << "no rules, nothing to refuse";
 }
 
 TEST_F(QuestionValueTest, LoadFormValuesReadsInOrderUntilAFailure) {
-  Q(Number)->Value = MakeValue(EFI_IFR_TYPE_NUM_SIZE_16, 0);
-  Q(Speed)->Value = MakeValue(EFI_IFR_TYPE_NUM_SIZE_16, 0);
-  Q(Level)->Value = MakeValue(EFI_IFR_TYPE_NUM_SIZE_16, 0);
+  for (EFI_QUESTION_ID Id : {Number, Speed, Level, Late}) {
+    Q(Id)->Value = MakeValue(EFI_IFR_TYPE_NUM_SIZE_16, 0);
+  }
   ASSERT_EQ(SetVariable(u"Level", VariableGuid, VariableAttributes, {0xAD, 0x0B}), EFI_SUCCESS);
-  // The nameless question fails, and the variable behind it is not read.
-  ASSERT_EQ(RunDriver([&] { return LoadFormValues(Set, Main); }), EFI_NOT_FOUND);
+  ASSERT_EQ(RunDriver([&] { return LoadFormValues(Set, Main); }), EFI_SUCCESS);
   EXPECT_EQ(NumberOf(Q(Number)->Value), 0xA3A2u);
   EXPECT_EQ(NumberOf(Q(Speed)->Value), 0x42u);
-  EXPECT_EQ(NumberOf(Q(Level)->Value), 0u);
+  EXPECT_EQ(NumberOf(Q(Level)->Value), 0x0BADu);
+  // The nameless question fails, and the variable question behind it is not read.
+  ASSERT_EQ(RunDriver([&] { return LoadFormValues(Set, FormAt(Set, 2)); }), EFI_NOT_FOUND);
+  EXPECT_EQ(NumberOf(Q(Late)->Value), 0u);
+}
+
+TEST_F(QuestionValueTest, QuestionsAreFoundByIdInTheFormFirst) {
+  Form *Two = FormAt(Set, 1);
+  Statement *InTwo = QuestionById(Set, 0x70);
+  EXPECT_EQ(FindQuestionInForm(Set, Main, 0), nullptr) << "the text has id 0 and is no answer";
+  EXPECT_EQ(FindQuestionInFormSet(Set, Main, 0), nullptr);
+  EXPECT_EQ(FindQuestionInForm(Set, Main, 0x70), nullptr);
+  EXPECT_EQ(FindQuestionInFormSet(Set, Main, 0x70), InTwo);
+  // Two forms with the same id: the form asked for wins, then the first in order.
+  EXPECT_EQ(FindQuestionInFormSet(Set, Two, Twin), StatementAt(Two, 1));
+  EXPECT_EQ(FindQuestionInFormSet(Set, FormAt(Set, 2), Number), Q(Number));
+  EXPECT_EQ(FindQuestionInFormSet(Set, Main, 0x99), nullptr);
+  EXPECT_NE(FindRule(Main, 1), nullptr);
+  EXPECT_EQ(FindRule(Two, 1), nullptr) << "rules are not shared between forms";
+  EXPECT_EQ(FindRule(Main, 2), nullptr);
+}
+
+TEST_F(QuestionValueTest, AQuestionIsReadAgainAfterADriverWroteItsStorage) {
+  Statement *Buffered = Q(Number);
+  Statement *OnVariable = Q(Level);
+  Data->EditCopy[2] = 0x34;
+  Data->EditCopy[3] = 0x12;
+  ASSERT_EQ(SetVariable(u"Level", VariableGuid, VariableAttributes, {0x77, 0}), EFI_SUCCESS);
+  struct Case {
+    const char *Name;
+    UINT8 Loaded;
+    UINT8 Wrote;
+    UINT64 Buffered;
+  };
+  const Case Cases[] = {
+      {"a set under load is left alone", 0, 1, 0},
+      {"no write, no refresh", 1, 0, 0},
+      {"a write since the Callback began", 1, 1, 0x1234},
+  };
+  for (const Case &Each : Cases) {
+    Buffered->Value = MakeValue(EFI_IFR_TYPE_NUM_SIZE_16, 0);
+    OnVariable->Value = MakeValue(EFI_IFR_TYPE_NUM_SIZE_16, 0);
+    Set->Loaded = Each.Loaded;
+    Set->CallbackWroteStorage = Each.Wrote;
+    EXPECT_EQ(FindQuestionInForm(Set, Main, Number), Buffered) << Each.Name;
+    EXPECT_EQ(NumberOf(Buffered->Value), Each.Buffered) << Each.Name;
+    // An EFI variable is read at display time, never by the look-up.
+    EXPECT_EQ(FindQuestionInForm(Set, Main, Level), OnVariable) << Each.Name;
+    EXPECT_EQ(NumberOf(OnVariable->Value), 0u) << Each.Name;
+  }
+  // An expression that refers to the question sees the written value.
+  Expression *Probe = FindRule(Main, 1);
+  Buffered->Value = MakeValue(EFI_IFR_TYPE_NUM_SIZE_16, 0);
+  Data->EditCopy[2] = 0x35;
+  ExpressionOpcode *Op = ExpressionOpcodeFromLink(ListFirst(&Probe->OpcodeList));
+  Op->Opcode = EFI_IFR_QUESTION_REF1_OP;
+  Op->QuestionId = Number;
+  ASSERT_EQ(EvaluateExpression(Set, Main, Probe), EFI_SUCCESS);
+  EXPECT_EQ(NumberOf(Probe->Result), 0x1235u);
+}
+
+TEST(NormalizeHiiValueTest, ClearsTheBytesAboveTheTypesWidth) {
+  struct Case {
+    UINT8 Type;
+    UINT64 Kept;
+  };
+  const Case Cases[] = {{EFI_IFR_TYPE_NUM_SIZE_8, 0xF1},
+                        {EFI_IFR_TYPE_BOOLEAN, 0xF1},
+                        {EFI_IFR_TYPE_NUM_SIZE_16, 0xF2F1},
+                        {EFI_IFR_TYPE_TIME, 0xF3F2F1},
+                        {EFI_IFR_TYPE_NUM_SIZE_32, 0xF4F3F2F1},
+                        {EFI_IFR_TYPE_DATE, 0xF4F3F2F1},
+                        {EFI_IFR_TYPE_NUM_SIZE_64, 0xF8F7F6F5F4F3F2F1},
+                        {EFI_IFR_TYPE_STRING, 0xF8F7F6F5F4F3F2F1},
+                        {EFI_IFR_TYPE_OTHER, 0xF8F7F6F5F4F3F2F1},
+                        {EFI_IFR_TYPE_BUFFER, 0xF8F7F6F5F4F3F2F1}};
+  for (const Case &Each : Cases) {
+    HiiValue Value = MakeValue(Each.Type, 0xF8F7F6F5F4F3F2F1);
+    NormalizeHiiValue(&Value);
+    EXPECT_EQ(Value.Type, Each.Type);
+    EXPECT_EQ(NumberOf(Value), Each.Kept) << static_cast<int>(Each.Type);
+  }
 }
 
 class QuestionValueEdgeTest : public ModelTest {};
