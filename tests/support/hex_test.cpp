@@ -32,44 +32,35 @@ TEST(HexTest, DigitValues) {
   EXPECT_EQ(NibbleToHexDigit(0xF3), u'3');
 }
 
-TEST(HexTest, TextToBytesTakesDigitsFromTheEnd) {
-  std::array<UINT8, 4> Buffer = {0xEE, 0xEE, 0xEE, 0xEE};
-  UINTN Size = Buffer.size();
-  UINTN Digits = 0;
-  ASSERT_EQ(HexTextToBytes(Buffer.data(), &Size, u"ABC&rest", &Digits), EFI_SUCCESS);
-  EXPECT_EQ(Size, 2u);
-  EXPECT_EQ(Digits, 3u);
-  EXPECT_EQ(Buffer[0], 0xBC);
-  EXPECT_EQ(Buffer[1], 0x0A);
-  // Bytes the digits do not cover stay as they were.
-  EXPECT_EQ(Buffer[2], 0xEE);
-  EXPECT_EQ(Buffer[3], 0xEE);
-}
-
-TEST(HexTest, TextToBytesReadsEitherCase) {
-  std::array<UINT8, 2> Buffer = {};
-  UINTN Size = Buffer.size();
-  ASSERT_EQ(HexTextToBytes(Buffer.data(), &Size, u"12aB", nullptr), EFI_SUCCESS);
-  EXPECT_EQ(Buffer[0], 0xAB);
-  EXPECT_EQ(Buffer[1], 0x12);
-}
-
-TEST(HexTest, TextToBytesTooSmallReportsNeededSizeAndWritesNothing) {
-  std::array<UINT8, 2> Buffer = {0xEE, 0xEE};
-  UINTN Size = 2;
-  EXPECT_EQ(HexTextToBytes(Buffer.data(), &Size, u"1234567", nullptr), EFI_BUFFER_TOO_SMALL);
-  EXPECT_EQ(Size, 4u);
-  EXPECT_EQ(Buffer[0], 0xEE);
-  EXPECT_EQ(Buffer[1], 0xEE);
-}
-
-TEST(HexTest, TextToBytesWithoutDigitsIsEmptySuccess) {
-  UINT8 Byte = 0xEE;
-  UINTN Size = 1;
-  EXPECT_EQ(HexTextToBytes(&Byte, &Size, u"&x", nullptr), EFI_SUCCESS);
-  EXPECT_EQ(Size, 0u);
-  EXPECT_EQ(Byte, 0xEE);
-  Size = 0;
+// Hex text to bytes: digits are taken from the end, byte 0 the last two; bytes the digits do
+// not cover, and every byte when the buffer is too small, stay as they were.
+TEST(HexTest, TextToBytes) {
+  struct Case {
+    const char16_t *Text;
+    UINTN Room;
+    EFI_STATUS Status;
+    UINTN Size;   // bytes written, or needed
+    UINTN Digits; // digits read, where the caller asks
+    std::vector<UINT8> Buffer;
+  };
+  const Case Cases[] = {
+      {u"ABC&rest", 4, EFI_SUCCESS, 2, 3, {0xBC, 0x0A, 0xEE, 0xEE}},
+      {u"12aB", 2, EFI_SUCCESS, 2, 4, {0xAB, 0x12}},
+      {u"1234567", 2, EFI_BUFFER_TOO_SMALL, 4, 7, {0xEE, 0xEE}},
+      {u"&x", 1, EFI_SUCCESS, 0, 0, {0xEE}},
+  };
+  for (const Case &Each : Cases) {
+    std::vector<UINT8> Buffer(Each.Room, 0xEE);
+    UINTN Size = Each.Room;
+    UINTN Digits = 99;
+    EXPECT_EQ(HexTextToBytes(Buffer.data(), &Size, Each.Text, &Digits), Each.Status);
+    EXPECT_EQ(Size, Each.Size);
+    if (!EFI_ERROR(Each.Status)) {
+      EXPECT_EQ(Digits, Each.Digits);
+    }
+    EXPECT_EQ(Buffer, Each.Buffer);
+  }
+  UINTN Size = 0;
   EXPECT_EQ(HexTextToBytes(nullptr, &Size, u"", nullptr), EFI_SUCCESS);
 }
 
