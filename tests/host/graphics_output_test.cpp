@@ -1,3 +1,5 @@
+// The graphics output protocol over the text screen: cells drawn as glyphs, and rectangles
+// written back decoded into cells again.
 #include <string>
 #include <vector>
 
@@ -41,15 +43,6 @@ TEST_F(GraphicsOutputTest, FrameIsEightByNineteenPixelsPerCell) {
   EXPECT_EQ(Gop->QueryMode(Gop, 0, nullptr, &Info), EFI_INVALID_PARAMETER);
 }
 
-TEST(GraphicsOutputSize, FollowsTheConsoleSize) {
-  PlatformOptions Options;
-  Options.Columns = 100;
-  Options.Rows = 31;
-  Platform Host(Options);
-  EXPECT_EQ(Host.Graphics()->Width(), 800U);
-  EXPECT_EQ(Host.Graphics()->Height(), 589U);
-}
-
 TEST_F(GraphicsOutputTest, TheFirstGraphicsHandleHasADevicePath) {
   UINTN Count = 0;
   EFI_HANDLE *Handles = nullptr;
@@ -63,8 +56,15 @@ TEST_F(GraphicsOutputTest, TheFirstGraphicsHandleHasADevicePath) {
   Boot->FreePool(Handles);
 }
 
-TEST(GraphicsOutputOption, CanBeLeftOut) {
+TEST(GraphicsOutputOptions, FollowTheConsoleSizeOrLeaveTheProtocolOut) {
   PlatformOptions Options;
+  Options.Columns = 100;
+  Options.Rows = 31;
+  {
+    Platform Host(Options);
+    EXPECT_EQ(Host.Graphics()->Width(), 800U);
+    EXPECT_EQ(Host.Graphics()->Height(), 589U);
+  }
   Options.GraphicsOutput = false;
   Platform Host(Options);
   VOID *Interface = nullptr;
@@ -166,40 +166,33 @@ TEST_F(GraphicsOutputTest, DeltaAndSourceOffsetsAddressTheCallersBuffer) {
   EXPECT_EQ(Host.Screen().Cell(3, 1).Attribute, 0x1F);
 }
 
-struct BltCase {
-  const char *Name;
-  EFI_GRAPHICS_OUTPUT_BLT_OPERATION Operation;
-  bool NullBuffer;
-  UINTN SourceX, SourceY, DestinationX, DestinationY, Width, Height;
-};
-
-class BltRefusalTest : public GraphicsOutputTest, public ::testing::WithParamInterface<BltCase> {};
-
-TEST_P(BltRefusalTest, RefusedWithInvalidParameter) {
-  const BltCase &Case = GetParam();
+TEST_F(GraphicsOutputTest, BltRefusesRectanglesOutsideTheFrameAndBadArguments) {
+  struct BltCase {
+    const char *Name;
+    EFI_GRAPHICS_OUTPUT_BLT_OPERATION Operation;
+    bool NullBuffer;
+    UINTN SourceX, SourceY, DestinationX, DestinationY, Width, Height;
+  };
   std::vector<Pixel> Buffer(700 * 500);
-  EXPECT_EQ(Gop->Blt(Gop, Case.NullBuffer ? nullptr : Buffer.data(), Case.Operation, Case.SourceX,
-                     Case.SourceY, Case.DestinationX, Case.DestinationY, Case.Width, Case.Height,
-                     0),
-            EFI_INVALID_PARAMETER);
-}
-
-INSTANTIATE_TEST_SUITE_P(
-    Cases, BltRefusalTest,
-    ::testing::Values(BltCase{"FillPastRight", EfiBltVideoFill, false, 0, 0, 600, 0, 41, 1},
-                      BltCase{"FillPastBottom", EfiBltVideoFill, false, 0, 0, 0, 475, 1, 1},
-                      BltCase{"FillNullBuffer", EfiBltVideoFill, true, 0, 0, 0, 0, 1, 1},
-                      BltCase{"FillZeroWidth", EfiBltVideoFill, false, 0, 0, 0, 0, 0, 1},
-                      BltCase{"ReadPastRight", EfiBltVideoToBltBuffer, false, 639, 0, 0, 0, 2, 1},
-                      BltCase{"ReadNullBuffer", EfiBltVideoToBltBuffer, true, 0, 0, 0, 0, 1, 1},
-                      BltCase{"WritePastBottom", EfiBltBufferToVideo, false, 0, 0, 0, 470, 1, 6},
-                      BltCase{"MoveSourcePast", EfiBltVideoToVideo, false, 0, 470, 0, 0, 1, 6},
-                      BltCase{"MoveDestinationPast", EfiBltVideoToVideo, false, 0, 0, 640, 0, 1, 1},
-                      BltCase{"UnknownOperation", EfiGraphicsOutputBltOperationMax, false, 0, 0, 0,
-                              0, 1, 1}),
-    [](const auto &Info) { return std::string(Info.param.Name); });
-
-TEST_F(GraphicsOutputTest, ExactFitAtTheBottomRightCornerIsAccepted) {
+  for (const BltCase &Case : {
+           BltCase{"fill past right", EfiBltVideoFill, false, 0, 0, 600, 0, 41, 1},
+           BltCase{"fill past bottom", EfiBltVideoFill, false, 0, 0, 0, 475, 1, 1},
+           BltCase{"fill null buffer", EfiBltVideoFill, true, 0, 0, 0, 0, 1, 1},
+           BltCase{"fill zero width", EfiBltVideoFill, false, 0, 0, 0, 0, 0, 1},
+           BltCase{"read past right", EfiBltVideoToBltBuffer, false, 639, 0, 0, 0, 2, 1},
+           BltCase{"read null buffer", EfiBltVideoToBltBuffer, true, 0, 0, 0, 0, 1, 1},
+           BltCase{"write past bottom", EfiBltBufferToVideo, false, 0, 0, 0, 470, 1, 6},
+           BltCase{"move source past", EfiBltVideoToVideo, false, 0, 470, 0, 0, 1, 6},
+           BltCase{"move destination past", EfiBltVideoToVideo, false, 0, 0, 640, 0, 1, 1},
+           BltCase{"unknown operation", EfiGraphicsOutputBltOperationMax, false, 0, 0, 0, 0, 1, 1},
+       }) {
+    EXPECT_EQ(Gop->Blt(Gop, Case.NullBuffer ? nullptr : Buffer.data(), Case.Operation, Case.SourceX,
+                       Case.SourceY, Case.DestinationX, Case.DestinationY, Case.Width, Case.Height,
+                       0),
+              EFI_INVALID_PARAMETER)
+        << Case.Name;
+  }
+  // An exact fit at the bottom right corner is accepted.
   Pixel Colour = PaletteColour(EFI_RED);
   EXPECT_EQ(Gop->Blt(Gop, &Colour, EfiBltVideoFill, 0, 0, 632, 456, 8, 19, 0), EFI_SUCCESS);
   EXPECT_EQ(Host.Screen().Cell(79, 24).Attribute >> 4, EFI_RED);
@@ -213,27 +206,23 @@ TEST_F(GraphicsOutputTest, SetModeClearsToBlack) {
   EXPECT_EQ(Gop->SetMode(Gop, 1), EFI_UNSUPPORTED);
 }
 
-class GlyphRoundTripTest : public ::testing::TestWithParam<CHAR16> {};
-
-TEST_P(GlyphRoundTripTest, ColoursAloneDecodeTheCharacter) {
-  ScreenCell Cell;
-  Cell.Char = GetParam();
-  Cell.Attribute = EFI_TEXT_ATTR(EFI_LIGHTCYAN, EFI_MAGENTA);
-  Pixel Pixels[CELL_WIDTH * CELL_HEIGHT];
-  RenderCell(Cell, Pixels, CELL_WIDTH);
-  EXPECT_FALSE(GlyphPixel(Cell, 0, 0));
-  for (Pixel &Each : Pixels) {
-    Each.Reserved = 0;
+TEST(Glyph, ColoursAloneDecodeTheCharacter) {
+  for (CHAR16 Char : {u'A', u'z', u'~', u'!', CHAR16(BOXDRAW_HORIZONTAL),
+                      CHAR16(BLOCKELEMENT_LIGHT_SHADE), u'\u6F22', u'\uFFFD', u'\u0001'}) {
+    ScreenCell Cell;
+    Cell.Char = Char;
+    Cell.Attribute = EFI_TEXT_ATTR(EFI_LIGHTCYAN, EFI_MAGENTA);
+    Pixel Pixels[CELL_WIDTH * CELL_HEIGHT];
+    RenderCell(Cell, Pixels, CELL_WIDTH);
+    EXPECT_FALSE(GlyphPixel(Cell, 0, 0));
+    for (Pixel &Each : Pixels) {
+      Each.Reserved = 0;
+    }
+    ScreenCell Decoded = DecodeCell(Pixels, CELL_WIDTH, ScreenCell());
+    EXPECT_EQ(Decoded.Char, Cell.Char);
+    EXPECT_EQ(Decoded.Attribute, Cell.Attribute);
   }
-  ScreenCell Decoded = DecodeCell(Pixels, CELL_WIDTH, ScreenCell());
-  EXPECT_EQ(Decoded.Char, Cell.Char);
-  EXPECT_EQ(Decoded.Attribute, Cell.Attribute);
 }
-
-INSTANTIATE_TEST_SUITE_P(Characters, GlyphRoundTripTest,
-                         ::testing::Values(u'A', u'z', u'~', u'!', BOXDRAW_HORIZONTAL,
-                                           BLOCKELEMENT_LIGHT_SHADE, u'\u6F22', u'\uFFFD',
-                                           u'\u0001'));
 
 TEST(Glyph, BlanksHaveNoForegroundPixels) {
   for (CHAR16 Char : {u' ', u'\0'}) {

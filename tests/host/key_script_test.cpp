@@ -1,3 +1,5 @@
+// Key scripts: parsing tokens, strings, screens and waits with positioned errors, and feeding
+// them to a driver run one key per wait.
 #include <string>
 #include <vector>
 
@@ -12,44 +14,34 @@ namespace {
 constexpr UINT32 SHIFTED = EFI_SHIFT_STATE_VALID | EFI_LEFT_SHIFT_PRESSED;
 constexpr UINT32 ALT = EFI_SHIFT_STATE_VALID | EFI_LEFT_ALT_PRESSED;
 
-struct TokenCase {
-  const char *Token;
-  UINT16 ScanCode;
-  CHAR16 Char;
-  UINT32 Shift;
-};
-
-class KeyTokenTest : public ::testing::TestWithParam<TokenCase> {};
-
-TEST_P(KeyTokenTest, ParsesToOneKey) {
+TEST(KeyScriptParse, EachTokenIsOneKey) {
   KeyScript Script;
   KeyScriptError Error;
-  ASSERT_TRUE(ParseKeyScript(GetParam().Token, &Script, &Error)) << Error.Describe();
-  ASSERT_EQ(Script.Steps.size(), 1U);
-  const KeyScriptStep &Step = Script.Steps[0];
-  EXPECT_EQ(Step.Type, KeyScriptStep::Kind::Key);
-  EXPECT_EQ(Step.Key.Key.ScanCode, GetParam().ScanCode);
-  EXPECT_EQ(Step.Key.Key.UnicodeChar, GetParam().Char);
-  EXPECT_EQ(Step.Key.KeyState.KeyShiftState, GetParam().Shift);
+  ASSERT_TRUE(
+      ParseKeyScript("Up down LEFT Right Home End PgUp pgdn Ins Del Esc F1 f10 F12 "
+                     "Enter Tab BackTab Space Backspace Alt-x alt-X Alt-# \"\\\"\\\\\xC3\xA9\"",
+                     &Script, &Error))
+      << Error.Describe();
+  std::vector<UINT16> Scans;
+  std::u16string Chars;
+  std::vector<UINT32> Shifts;
+  for (const KeyScriptStep &Step : Script.Steps) {
+    EXPECT_EQ(Step.Type, KeyScriptStep::Kind::Key);
+    Scans.push_back(Step.Key.Key.ScanCode);
+    Chars.push_back(Step.Key.Key.UnicodeChar);
+    Shifts.push_back(Step.Key.KeyState.KeyShiftState);
+  }
+  std::vector<UINT16> ExpectedScans = {
+      SCAN_UP,        SCAN_DOWN,   SCAN_LEFT,   SCAN_RIGHT, SCAN_HOME, SCAN_END, SCAN_PAGE_UP,
+      SCAN_PAGE_DOWN, SCAN_INSERT, SCAN_DELETE, SCAN_ESC,   SCAN_F1,   SCAN_F10, SCAN_F12};
+  ExpectedScans.resize(25, SCAN_NULL);
+  EXPECT_EQ(Scans, ExpectedScans);
+  EXPECT_EQ(Chars, std::u16string(14, u'\0') + u"\r\t\t \bxX#\"\\\u00e9");
+  std::vector<UINT32> ExpectedShifts(25, 0);
+  ExpectedShifts[16] = SHIFTED; // BackTab
+  ExpectedShifts[19] = ExpectedShifts[20] = ExpectedShifts[21] = ALT;
+  EXPECT_EQ(Shifts, ExpectedShifts);
 }
-
-INSTANTIATE_TEST_SUITE_P(
-    Tokens, KeyTokenTest,
-    ::testing::Values(
-        TokenCase{"Up", SCAN_UP, 0, 0}, TokenCase{"down", SCAN_DOWN, 0, 0},
-        TokenCase{"LEFT", SCAN_LEFT, 0, 0}, TokenCase{"Right", SCAN_RIGHT, 0, 0},
-        TokenCase{"Home", SCAN_HOME, 0, 0}, TokenCase{"End", SCAN_END, 0, 0},
-        TokenCase{"PgUp", SCAN_PAGE_UP, 0, 0}, TokenCase{"pgdn", SCAN_PAGE_DOWN, 0, 0},
-        TokenCase{"Ins", SCAN_INSERT, 0, 0}, TokenCase{"Del", SCAN_DELETE, 0, 0},
-        TokenCase{"Esc", SCAN_ESC, 0, 0}, TokenCase{"Enter", SCAN_NULL, 0x0D, 0},
-        TokenCase{"Tab", SCAN_NULL, 0x09, 0}, TokenCase{"BackTab", SCAN_NULL, 0x09, SHIFTED},
-        TokenCase{"Space", SCAN_NULL, 0x20, 0}, TokenCase{"Backspace", SCAN_NULL, 0x08, 0},
-        TokenCase{"F1", SCAN_F1, 0, 0}, TokenCase{"f10", SCAN_F10, 0, 0},
-        TokenCase{"F12", SCAN_F12, 0, 0}, TokenCase{"Alt-x", SCAN_NULL, u'x', ALT},
-        TokenCase{"alt-X", SCAN_NULL, u'X', ALT}, TokenCase{"Alt-#", SCAN_NULL, u'#', ALT},
-        TokenCase{"\"\\\"\"", SCAN_NULL, u'"', 0}, TokenCase{"\"\\\\\"", SCAN_NULL, u'\\', 0},
-        TokenCase{"\"\xC3\xA9\"", SCAN_NULL, u'\u00E9', 0}),
-    [](const auto &Info) { return "Token" + std::to_string(Info.index); });
 
 TEST(KeyScriptParse, StringsScreensWaitsAndCommentsWithPositions) {
   KeyScript Script;
@@ -73,52 +65,42 @@ TEST(KeyScriptParse, StringsScreensWaitsAndCommentsWithPositions) {
   EXPECT_EQ(Script.Steps[5].WaitMilliseconds, 250U);
 }
 
-TEST(KeyScriptParse, AnEmptyScriptHasNoSteps) {
+TEST(KeyScriptParse, ErrorsNameLineAndColumnAndLeaveNoSteps) {
   KeyScript Script;
   KeyScriptError Error;
   EXPECT_TRUE(ParseKeyScript("  # only a comment\n\n", &Script, &Error));
   EXPECT_TRUE(Script.Steps.empty());
+  struct ErrorCase {
+    const char *Text;
+    UINT32 Line;
+    UINT32 Column;
+    const char *Message;
+  };
+  for (const ErrorCase &Case : {
+           ErrorCase{"Up\n  Sideways Down", 2, 3, "unknown token 'Sideways'"},
+           ErrorCase{"Enter \"abc", 1, 7, "unterminated string"},
+           ErrorCase{"\"ab\ncd\"", 1, 1, "unterminated string"},
+           ErrorCase{"Esc wait", 1, 5, "wait needs a number"},
+           ErrorCase{"wait soon", 1, 1, "wait needs a number"},
+           ErrorCase{"\n\nwait -5", 3, 1, "wait needs a number"},
+           ErrorCase{"Tab Alt-ab", 1, 5, "exactly one character"},
+           ErrorCase{"Alt-", 1, 1, "exactly one character"},
+           ErrorCase{"\"a\\nb\"", 1, 3, "unknown escape"},
+           // The column counts characters, not bytes.
+           ErrorCase{"\"\xC3\xA9\" F13", 1, 5, "unknown token 'F13'"},
+       }) {
+    Script.Steps.resize(3);
+    ASSERT_FALSE(ParseKeyScript(Case.Text, &Script, &Error)) << Case.Text;
+    EXPECT_EQ(Error.Line, Case.Line) << Case.Text;
+    EXPECT_EQ(Error.Column, Case.Column) << Case.Text;
+    EXPECT_NE(Error.Message.find(Case.Message), std::string::npos) << Error.Message;
+    EXPECT_EQ(Error.Describe().rfind("line " + std::to_string(Case.Line) + ", column " +
+                                         std::to_string(Case.Column) + ": ",
+                                     0),
+              0U);
+    EXPECT_TRUE(Script.Steps.empty()) << Case.Text;
+  }
 }
-
-struct ErrorCase {
-  const char *Name;
-  const char *Text;
-  UINT32 Line;
-  UINT32 Column;
-  const char *Message;
-};
-
-class KeyScriptErrorTest : public ::testing::TestWithParam<ErrorCase> {};
-
-TEST_P(KeyScriptErrorTest, NamesLineAndColumnAndRunsNothing) {
-  KeyScript Script;
-  Script.Steps.resize(3);
-  KeyScriptError Error;
-  ASSERT_FALSE(ParseKeyScript(GetParam().Text, &Script, &Error));
-  EXPECT_EQ(Error.Line, GetParam().Line);
-  EXPECT_EQ(Error.Column, GetParam().Column);
-  EXPECT_NE(Error.Message.find(GetParam().Message), std::string::npos) << Error.Message;
-  EXPECT_EQ(Error.Describe().rfind("line " + std::to_string(GetParam().Line) + ", column " +
-                                       std::to_string(GetParam().Column) + ": ",
-                                   0),
-            0U);
-  EXPECT_TRUE(Script.Steps.empty());
-}
-
-INSTANTIATE_TEST_SUITE_P(
-    Cases, KeyScriptErrorTest,
-    ::testing::Values(ErrorCase{"Unknown", "Up\n  Sideways Down", 2, 3, "unknown token 'Sideways'"},
-                      ErrorCase{"Unterminated", "Enter \"abc", 1, 7, "unterminated string"},
-                      ErrorCase{"StringAcrossLines", "\"ab\ncd\"", 1, 1, "unterminated string"},
-                      ErrorCase{"WaitAtEnd", "Esc wait", 1, 5, "wait needs a number"},
-                      ErrorCase{"WaitWord", "wait soon", 1, 1, "wait needs a number"},
-                      ErrorCase{"WaitNegative", "\n\nwait -5", 3, 1, "wait needs a number"},
-                      ErrorCase{"AltTwoCharacters", "Tab Alt-ab", 1, 5, "exactly one character"},
-                      ErrorCase{"AltNothing", "Alt-", 1, 1, "exactly one character"},
-                      ErrorCase{"BadEscape", "\"a\\nb\"", 1, 3, "unknown escape"},
-                      ErrorCase{"ColumnCountsCharacters", "\"\xC3\xA9\" F13", 1, 5,
-                                "unknown token 'F13'"}),
-    [](const auto &Info) { return std::string(Info.param.Name); });
 
 // A tiny form: echoes each typed character until Esc; every key read starts with a drain, as a
 // browser's nested calls do, so type-ahead would be lost.
@@ -165,17 +147,14 @@ TEST_F(KeyScriptRunTest, FeedsOneKeyPerWaitAndShowsTheScreenAfterTheKeysBeforeIt
 
 TEST_F(KeyScriptRunTest, KeysAfterTheRunFinishesAreReportedUnused) {
   DriverRun Run(Host, EchoUntilEscape);
-  KeyScriptOutcome Outcome = RunKeyScript(Run, Parse("\"x\" Esc \"yz\""), nullptr);
+  // A script that ends early leaves the run waiting.
+  KeyScriptOutcome Outcome = RunKeyScript(Run, Parse("\"x\""), nullptr);
+  EXPECT_EQ(Outcome.State, DriverRun::State::Waiting);
+  EXPECT_EQ(Host.Screen().Cell(0, 0).Char, u'x');
+  Outcome = RunKeyScript(Run, Parse("\"y\" Esc \"yz\""), nullptr);
   EXPECT_EQ(Outcome.State, DriverRun::State::Finished);
   EXPECT_EQ(Outcome.KeysFed, 2U);
   EXPECT_EQ(Outcome.KeysUnused, 2U);
-}
-
-TEST_F(KeyScriptRunTest, AScriptThatEndsEarlyLeavesTheRunWaiting) {
-  DriverRun Run(Host, EchoUntilEscape);
-  KeyScriptOutcome Outcome = RunKeyScript(Run, Parse("\"q\""), nullptr);
-  EXPECT_EQ(Outcome.State, DriverRun::State::Waiting);
-  EXPECT_EQ(Host.Screen().Cell(0, 0).Char, u'q');
 }
 
 TEST_F(KeyScriptRunTest, WaitLetsTimeAndTimersRun) {

@@ -1,3 +1,5 @@
+// Keyboard input through the simple and extended text input protocols, key notifications, the
+// late extended protocol, and the speaker.
 #include <vector>
 
 #include "tests/host/host_test.h"
@@ -16,51 +18,30 @@ protected:
   }
 };
 
-TEST_F(TextInputTest, ReadingAnEmptyQueueIsNotReady) {
+TEST_F(TextInputTest, BothProtocolsReadOneQueueInOrder) {
   EFI_INPUT_KEY Key{};
+  EFI_KEY_DATA Data{};
   EXPECT_EQ(In->ReadKeyStroke(In, &Key), EFI_NOT_READY);
   EXPECT_TRUE(Host.WaitingForKey());
-  EFI_KEY_DATA Data{};
   EXPECT_EQ(InEx()->ReadKeyStrokeEx(InEx(), &Data), EFI_NOT_READY);
   EXPECT_EQ(InEx()->ReadKeyStrokeEx(InEx(), nullptr), EFI_INVALID_PARAMETER);
-}
-
-TEST_F(TextInputTest, BothProtocolsReadOneQueueInOrder) {
   Host.Keyboard().PushKey(SCAN_UP, 0);
   Host.Keyboard().PushKey(SCAN_NULL, u'a');
-  EFI_INPUT_KEY Key{};
   ASSERT_EQ(In->ReadKeyStroke(In, &Key), EFI_SUCCESS);
   EXPECT_EQ(Key.ScanCode, SCAN_UP);
   EXPECT_FALSE(Host.WaitingForKey());
-  EFI_KEY_DATA Data{};
   ASSERT_EQ(InEx()->ReadKeyStrokeEx(InEx(), &Data), EFI_SUCCESS);
   EXPECT_EQ(Data.Key.UnicodeChar, u'a');
   EXPECT_EQ(In->ReadKeyStroke(In, &Key), EFI_NOT_READY);
+
+  // The shift state is valid only with modifiers.
+  for (UINT32 Modifiers : {0u, UINT32(EFI_LEFT_ALT_PRESSED),
+                           UINT32(EFI_LEFT_SHIFT_PRESSED | EFI_RIGHT_CONTROL_PRESSED)}) {
+    Host.Keyboard().PushKey(SCAN_NULL, u'x', Modifiers);
+    ASSERT_EQ(InEx()->ReadKeyStrokeEx(InEx(), &Data), EFI_SUCCESS);
+    EXPECT_EQ(Data.KeyState.KeyShiftState, Modifiers == 0 ? 0 : EFI_SHIFT_STATE_VALID | Modifiers);
+  }
 }
-
-struct ShiftCase {
-  const char *Name;
-  UINT32 Pushed;
-  UINT32 Read;
-};
-
-class ShiftStateTest : public TextInputTest, public ::testing::WithParamInterface<ShiftCase> {};
-
-TEST_P(ShiftStateTest, ShiftStateIsValidOnlyWithModifiers) {
-  Host.Keyboard().PushKey(SCAN_NULL, u'x', GetParam().Pushed);
-  EFI_KEY_DATA Data{};
-  ASSERT_EQ(InEx()->ReadKeyStrokeEx(InEx(), &Data), EFI_SUCCESS);
-  EXPECT_EQ(Data.KeyState.KeyShiftState, GetParam().Read);
-}
-
-INSTANTIATE_TEST_SUITE_P(
-    Cases, ShiftStateTest,
-    ::testing::Values(
-        ShiftCase{"None", 0, 0},
-        ShiftCase{"LeftAlt", EFI_LEFT_ALT_PRESSED, EFI_SHIFT_STATE_VALID | EFI_LEFT_ALT_PRESSED},
-        ShiftCase{"ShiftAndControl", EFI_LEFT_SHIFT_PRESSED | EFI_RIGHT_CONTROL_PRESSED,
-                  EFI_SHIFT_STATE_VALID | EFI_LEFT_SHIFT_PRESSED | EFI_RIGHT_CONTROL_PRESSED}),
-    [](const auto &Info) { return std::string(Info.param.Name); });
 
 TEST_F(TextInputTest, KeyWaitEventsAreSignalledWhileKeysArePending) {
   EXPECT_EQ(Boot->CheckEvent(In->WaitForKey), EFI_NOT_READY);
@@ -71,12 +52,9 @@ TEST_F(TextInputTest, KeyWaitEventsAreSignalledWhileKeysArePending) {
   EFI_INPUT_KEY Key{};
   In->ReadKeyStroke(In, &Key);
   EXPECT_EQ(Boot->CheckEvent(In->WaitForKey), EFI_NOT_READY);
-}
-
-TEST_F(TextInputTest, ResetDropsPendingKeys) {
+  // A reset drops pending keys.
   Host.Keyboard().PushKey(SCAN_NULL, u'a');
   ASSERT_EQ(In->Reset(In, FALSE), EFI_SUCCESS);
-  EFI_INPUT_KEY Key{};
   EXPECT_EQ(In->ReadKeyStroke(In, &Key), EFI_NOT_READY);
 }
 
@@ -125,11 +103,6 @@ TEST_F(TextInputTest, KeyNotificationsRunForMatchingKeysUntilUnregistered) {
   EXPECT_EQ(InEx()->RegisterKeyNotify(InEx(), &Wanted, OnKey, nullptr), EFI_INVALID_PARAMETER);
 }
 
-int ExtendedArrivals = 0;
-VOID EFIAPI CountArrival(EFI_EVENT Event, VOID *Context) {
-  ExtendedArrivals++;
-}
-
 TEST(LateExtendedInput, InstalledLaterAndFoundThroughItsNotification) {
   PlatformOptions Options;
   Options.ExtendedInput = false;
@@ -138,9 +111,9 @@ TEST(LateExtendedInput, InstalledLaterAndFoundThroughItsNotification) {
   VOID *Interface = nullptr;
   EXPECT_EQ(Boot->LocateProtocol(&gEfiSimpleTextInputExProtocolGuid, nullptr, &Interface),
             EFI_NOT_FOUND);
-  ExtendedArrivals = 0;
+  int ExtendedArrivals = 0;
   EFI_EVENT Event = nullptr;
-  Boot->CreateEvent(EVT_NOTIFY_SIGNAL, TPL_CALLBACK, CountArrival, nullptr, &Event);
+  Boot->CreateEvent(EVT_NOTIFY_SIGNAL, TPL_CALLBACK, CountCalls, &ExtendedArrivals, &Event);
   VOID *Registration = nullptr;
   Boot->RegisterProtocolNotify(&gEfiSimpleTextInputExProtocolGuid, Event, &Registration);
   ASSERT_EQ(Host.InstallExtendedInput(), EFI_SUCCESS);
@@ -155,12 +128,9 @@ TEST(LateExtendedInput, InstalledLaterAndFoundThroughItsNotification) {
   Boot->CloseEvent(Event);
 }
 
-TEST(Speaker, CountsBeepsAndRingsTheHook) {
-  Platform Host;
+TEST_F(TextInputTest, SpeakerCountsBeepsAndRingsTheHook) {
   VOID *Interface = nullptr;
-  ASSERT_EQ(
-      Host.BootServices()->LocateProtocol(&gSpeakerInterfaceProtocolGuid, nullptr, &Interface),
-      EFI_SUCCESS);
+  ASSERT_EQ(Boot->LocateProtocol(&gSpeakerInterfaceProtocolGuid, nullptr, &Interface), EFI_SUCCESS);
   auto *Speaker = static_cast<SPEAKER_INTERFACE_PROTOCOL *>(Interface);
   UINTN Rung = 0;
   Host.Speaker()->SetBeepHook([&Rung](UINTN Count) { Rung += Count; });
@@ -172,7 +142,7 @@ TEST(Speaker, CountsBeepsAndRingsTheHook) {
   EXPECT_EQ(Speaker->SetFrequency(Speaker, 0), EFI_INVALID_PARAMETER);
 }
 
-TEST(Speaker, CanBeLeftOut) {
+TEST(SpeakerOption, CanBeLeftOut) {
   PlatformOptions Options;
   Options.Speaker = false;
   Platform Host(Options);
