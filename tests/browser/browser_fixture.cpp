@@ -1,8 +1,10 @@
 #include "tests/browser/browser_fixture.h"
 
 #include "core/browser_context.h"
+#include "core/external_protocols.h"
 
 #include <cstdlib>
+#include <cstring>
 #include <fstream>
 #include <sstream>
 
@@ -29,6 +31,7 @@ void BrowserTest::Restart(const tools::SessionOptions &Options) {
   Current.reset();
   Published.clear();
   Session.reset();
+  RefreshHandle = nullptr;
   Session = std::make_unique<tools::BrowserSession>(Options);
 }
 
@@ -66,6 +69,11 @@ host::DriverRun &BrowserTest::Send(std::vector<EFI_HII_HANDLE> Handles) {
   tools::SendFormRequest Request;
   Request.Handles = std::move(Handles);
   return Send(Request);
+}
+
+void BrowserTest::SendAndWait(std::vector<EFI_HII_HANDLE> Handles) {
+  Send(std::move(Handles));
+  ASSERT_TRUE(Waiting()) << (Finished() ? "SendForm returned\n" : "") << ScreenText();
 }
 
 host::DriverRun::State BrowserTest::Type(const std::string &Script) {
@@ -189,6 +197,37 @@ Statement *BrowserTest::Question(EFI_QUESTION_ID Id) {
     }
   }
   return nullptr;
+}
+
+void BrowserTest::SetPlatformLanguage(const char *Code) {
+  EFI_GUID Global = gEfiGlobalVariableGuid;
+  ASSERT_EQ(Host().RuntimeServices()->SetVariable(const_cast<CHAR16 *>(u"PlatformLang"), &Global,
+                                                  EFI_VARIABLE_NON_VOLATILE |
+                                                      EFI_VARIABLE_BOOTSERVICE_ACCESS |
+                                                      EFI_VARIABLE_RUNTIME_ACCESS,
+                                                  std::strlen(Code) + 1, const_cast<char *>(Code)),
+            EFI_SUCCESS);
+}
+
+std::string BrowserTest::PlatformLanguage() {
+  char Buffer[64] = {};
+  UINTN Size = sizeof(Buffer) - 1;
+  EFI_GUID Global = gEfiGlobalVariableGuid;
+  if (EFI_ERROR(Host().RuntimeServices()->GetVariable(const_cast<CHAR16 *>(u"PlatformLang"),
+                                                      &Global, nullptr, &Size, Buffer))) {
+    return "(none)";
+  }
+  return Buffer;
+}
+
+void BrowserTest::SignalRefresh() {
+  EFI_GUID Refresh = gRefreshNotifyProtocolGuid;
+  EFI_STATUS Status = RefreshHandle == nullptr
+                          ? Boot()->InstallProtocolInterface(&RefreshHandle, &Refresh,
+                                                             EFI_NATIVE_INTERFACE, &RefreshMarker)
+                          : Boot()->ReinstallProtocolInterface(RefreshHandle, &Refresh,
+                                                               &RefreshMarker, &RefreshMarker);
+  ASSERT_EQ(Status, EFI_SUCCESS);
 }
 
 void BrowserTest::ExpectScreen(const std::string &Name) {

@@ -52,6 +52,8 @@ protected:
   host::DriverRun &Send(const tools::SendFormRequest &Request);
   host::DriverRun &Send(std::vector<EFI_HII_HANDLE> Handles);
   host::DriverRun &Run() { return *Current; }
+  // Send, and fail the test unless the run stops at a key wait.
+  void SendAndWait(std::vector<EFI_HII_HANDLE> Handles);
   // Types a key script (see host/key_script.h) into the current run; fails the test on a
   // script that does not parse. Returns the run's state afterwards.
   host::DriverRun::State Type(const std::string &Script);
@@ -76,6 +78,13 @@ protected:
   void SaveAndLeave();
   Statement *Question(EFI_QUESTION_ID Id);
 
+  // The PlatformLang variable as a driver sets it, and as it stands ("(none)" when unset).
+  void SetPlatformLanguage(const char *Code);
+  std::string PlatformLanguage();
+  // Installs the refresh notify protocol, or reinstalls it once installed, as a driver does to
+  // ask the browser to repaint.
+  void SignalRefresh();
+
   // Compares the screen (text, then attributes) with tests/browser/screens/<Name>.txt. With the
   // environment variable MORVANE_UPDATE_SCREENS=1 the file is written instead.
   void ExpectScreen(const std::string &Name);
@@ -95,6 +104,8 @@ protected:
   std::unique_ptr<tools::BrowserSession> Session;
   std::vector<std::unique_ptr<PublishedFormSet>> Published;
   std::unique_ptr<host::DriverRun> Current;
+  EFI_HANDLE RefreshHandle = nullptr;
+  UINT32 RefreshMarker = 0;
 };
 
 // The expected-screen file format, exposed for the morvane program's tests.

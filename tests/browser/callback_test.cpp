@@ -109,8 +109,7 @@ TEST_F(CallbackTest, WhatTheDriverHears) {
   for (const Case &Each : Cases) {
     SCOPED_TRACE(Each.Name);
     ChangingAnswer = Each.ChangingAnswer;
-    Send({Set->Handle});
-    ASSERT_TRUE(Waiting()) << ScreenText();
+    SendAndWait({Set->Handle});
     size_t Before = Set->Driver->Calls.size();
     Type(Each.Keys);
     EXPECT_EQ(Heard(Before), Each.Expected) << ScreenText();

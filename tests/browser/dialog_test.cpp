@@ -62,8 +62,7 @@ protected:
       }
       return EFI_SUCCESS;
     };
-    Send({Set->Handle});
-    ASSERT_TRUE(Waiting()) << ScreenText();
+    SendAndWait({Set->Handle});
   }
 
   Snapshot Take() {
@@ -322,18 +321,14 @@ TEST_F(DialogTest, ATallTextScrollsInsideTheBox) {
   });
   // Cut to 21 rows (the screen less four); the text has rows 6 to 21.
   ExpectFrame(21, 58, 3, 24);
-  auto FirstShown = [&] {
-    std::string Line = Row(6);
+  // The number of the entry on a row of the text.
+  auto EntryOn = [&](UINT32 Index) {
+    std::string Line = Row(Index);
     size_t At = Line.find("Entry ");
     return At == std::string::npos ? std::string("?") : Line.substr(At + 6, 2);
   };
-  auto LastShown = [&] {
-    std::string Line = Row(21);
-    size_t At = Line.find("Entry ");
-    return At == std::string::npos ? std::string("?") : Line.substr(At + 6, 2);
-  };
-  EXPECT_EQ(FirstShown(), "01") << ScreenText();
-  EXPECT_EQ(LastShown(), "16") << ScreenText();
+  EXPECT_EQ(EntryOn(6), "01") << ScreenText();
+  EXPECT_EQ(EntryOn(21), "16") << ScreenText();
   struct Step {
     const char *Key;
     const char *First;
@@ -344,9 +339,9 @@ TEST_F(DialogTest, ATallTextScrollsInsideTheBox) {
   };
   for (const Step &Each : Steps) {
     Type(Each.Key);
-    EXPECT_EQ(FirstShown(), Each.First) << Each.Key << "\n" << ScreenText();
+    EXPECT_EQ(EntryOn(6), Each.First) << Each.Key << "\n" << ScreenText();
   }
-  EXPECT_EQ(LastShown(), "40");
+  EXPECT_EQ(EntryOn(21), "40");
   ExpectScreen("dialog_message_box_scrolled");
   Close("Enter");
 }
@@ -394,17 +389,19 @@ TEST_F(DialogTest, KeyModeReturnsTheKeyPressed) {
   }
 }
 
-TEST_F(DialogTest, AMissingPointerIsRefusedBeforeAnythingIsDrawn) {
+// A missing pointer, or more lines than the screen holds with the frame (24 of 25 rows).
+TEST_F(DialogTest, WhatCannotBeShownIsRefusedBeforeAnythingIsDrawn) {
   CHAR16 Text[8];
-  EFI_STATUS KeyStatus = EFI_NOT_STARTED;
-  EFI_STATUS LineStatus = EFI_NOT_STARTED;
+  EFI_INPUT_KEY Key;
+  std::vector<const CHAR16 *> Tall(24, u"A line of a tall dialog");
+  std::vector<EFI_STATUS> Statuses;
   Show([&] {
-    KeyStatus = ShowDialog(1, TRUE, 0, Text, nullptr, u"Press a key");
-    LineStatus = ShowDialog(1, FALSE, 7, nullptr, nullptr, u"Type");
+    Statuses.push_back(ShowDialog(1, TRUE, 0, Text, nullptr, u"Press a key"));
+    Statuses.push_back(ShowDialog(1, FALSE, 7, nullptr, nullptr, u"Type"));
+    Statuses.push_back(ShowDialogLines(24, TRUE, 0, nullptr, &Key, Tall.data()));
   });
-  ASSERT_TRUE(Returned) << "neither waits for a key";
-  EXPECT_EQ(KeyStatus, EFI_INVALID_PARAMETER);
-  EXPECT_EQ(LineStatus, EFI_INVALID_PARAMETER);
+  ASSERT_TRUE(Returned) << "none waits for a key";
+  EXPECT_EQ(Statuses, std::vector<EFI_STATUS>(3, EFI_INVALID_PARAMETER));
   EXPECT_EQ(After, Before);
 }
 
@@ -485,13 +482,20 @@ TEST_F(DialogTest, TheMaskGrowsPastTheBoxToTheScreenEdgeAndLeavesNothingBehind) 
   EXPECT_EQ(U16(Text).size(), 90u);
 }
 
-TEST_F(DialogTest, ALineWiderThanTheScreenCutsTheBox) {
+TEST_F(DialogTest, ALineWiderThanTheScreenCutsTheBoxAndTwentyThreeLinesFillIt) {
   std::u16string Wide(100, u'w');
   EFI_INPUT_KEY Key;
   Show([&] { ShowDialog(1, TRUE, 0, nullptr, &Key, Wide.c_str()); });
   // 77 columns of text and the frame, from the left edge.
   ExpectFrame(0, 78, 11, 13);
   Close("Enter");
+  std::vector<const CHAR16 *> Tall(23, u"A line of a tall dialog");
+  EFI_STATUS Status = EFI_NOT_STARTED;
+  Show([&] { Status = ShowDialogLines(23, TRUE, 0, nullptr, &Key, Tall.data()); });
+  EXPECT_NE(Row(0).find("┌"), std::string::npos) << ScreenText();
+  EXPECT_NE(Row(24).find("┘"), std::string::npos) << ScreenText();
+  Close("Enter");
+  EXPECT_EQ(Status, EFI_SUCCESS);
 }
 
 TEST_F(DialogTest, ANoticeStaysUntilEnter) {

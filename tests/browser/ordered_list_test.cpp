@@ -51,8 +51,7 @@ protected:
       Bytes.push_back(Index);
     }
     Set->Driver->AddBufferStorage(TestGuid(1), u"Boot", Bytes);
-    Send({Set->Handle});
-    ASSERT_TRUE(Waiting()) << ScreenText();
+    SendAndWait({Set->Handle});
   }
 
   // The pop-up's lines, top to bottom, the highlighted one in brackets. The box's text starts

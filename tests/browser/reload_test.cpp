@@ -171,10 +171,7 @@ protected:
     };
   }
 
-  void SendBoth() {
-    Send({Main->Handle, Other->Handle});
-    ASSERT_TRUE(Waiting()) << ScreenText();
-  }
+  void SendBoth() { SendAndWait({Main->Handle, Other->Handle}); }
 
   // How many Callbacks of the action the main driver heard from call From on, for the question
   // or, with 0, for any.

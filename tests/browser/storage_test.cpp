@@ -44,8 +44,7 @@ TEST_F(StorageTest, AReplyWithAlternativeConfigurationsFillsABufferStorage) {
   Set = &Publish(W, S, SetGuid);
   Set->Driver->AddBufferStorage(SetGuid, u"Setup", {42, 0});
   Set->Driver->WithAltConfig = true;
-  Send({Set->Handle});
-  ASSERT_TRUE(Waiting()) << ScreenText();
+  SendAndWait({Set->Handle});
   EXPECT_FALSE(Shows("Failed to load storage")) << ScreenText();
   EXPECT_EQ(Question(Speed)->Value.Value[0], 42) << "the driver's value, not the default";
   // Saving writes back what the driver gave, not the default over it.
@@ -77,8 +76,7 @@ TEST_F(StorageTest, NameValueTextsReachTheirQuestionsAndOnlyTheirsGoBack) {
   std::map<std::u16string, std::u16string> &Values = *Set->Driver->NameValues(SetGuid);
   Values[u"SpeedName"] = u"07";
   Values[u"WideName"] = u"0010";
-  Send({Set->Handle});
-  ASSERT_TRUE(Waiting()) << ScreenText();
+  SendAndWait({Set->Handle});
   UINT64 WideValue = 0;
   std::memcpy(&WideValue, Question(Wide)->Value.Value, sizeof(WideValue));
   EXPECT_EQ(WideValue, 0x10u);
@@ -117,8 +115,7 @@ TEST_F(StorageTest, ARefreshingNameValueQuestionShowsWhatTheDriverRetrieves) {
     }
     return EFI_SUCCESS;
   };
-  Send({Set->Handle});
-  ASSERT_TRUE(Waiting()) << ScreenText();
+  SendAndWait({Set->Handle});
   Type("Down wait 1000");
   UINT8 Shown = Turns - 1;
   EXPECT_TRUE(Shows("[" + std::to_string(Shown) + "]")) << Shown << "\n" << ScreenText();
@@ -145,8 +142,7 @@ TEST_F(StorageTest, QuestionsOnEfiVariablesAreWrittenWhateverTheirType) {
             EFI_IFR_NUMERIC_SIZE_1, 0, 99, 1);
   W.End().End();
   Set = &Publish(W, S, SetGuid);
-  Send({Set->Handle});
-  ASSERT_TRUE(Waiting()) << ScreenText();
+  SendAndWait({Set->Handle});
   Type("Enter Down \"+\" Down \"33\" Enter");
   SaveAndLeave();
 
@@ -163,8 +159,7 @@ TEST_F(StorageTest, QuestionsOnEfiVariablesAreWrittenWhateverTheirType) {
   EXPECT_EQ(Variable(u"SpeedVar"), 33);
 
   // The next call reads them back.
-  Send({Set->Handle});
-  ASSERT_TRUE(Waiting()) << ScreenText();
+  SendAndWait({Set->Handle});
   EXPECT_EQ(Question(Flag)->Value.Value[0], 1);
   EXPECT_EQ(Question(Mode)->Value.Value[0], 1);
   EXPECT_EQ(Question(Speed)->Value.Value[0], 33);

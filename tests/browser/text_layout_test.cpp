@@ -113,9 +113,7 @@ TEST_F(FrameTest, AnchorsAndSizes) {
   const Case Cases[] = {
       {"left, cells", RowOf(ANCHOR_LEFT, 5, SIZE_CELLS, 10), {5, 14, 0, 0}},
       {"left, negative offset is 0", RowOf(ANCHOR_LEFT, -3, SIZE_CELLS, 10), {0, 9, 0, 0}},
-      {"right edge pulls in by the offset",
-       RowOf(ANCHOR_RIGHT, -10, SIZE_CELLS, 10),
-       {69, 78, 0, 0}},
+      {"right edge pulls in", RowOf(ANCHOR_RIGHT, -10, SIZE_CELLS, 10), {69, 78, 0, 0}},
       {"right edge, positive offset is 0", RowOf(ANCHOR_RIGHT, 4, SIZE_CELLS, 1), {79, 79, 0, 0}},
       {"centre", RowOf(ANCHOR_CENTER, 0, SIZE_CELLS, 20), {30, 49, 0, 0}},
       {"centre, odd width", RowOf(ANCHOR_CENTER, -2, SIZE_CELLS, 21), {28, 48, 0, 0}},
