@@ -20,15 +20,9 @@ protected:
   const EFI_KEY_DATA &LastKey() { return Browser->Services->LastKey; }
 
   PublishedFormSet &DateForm() {
-    Strings S;
-    IfrWriter W;
-    EFI_STRING_ID Title = S.Add(u"Dates");
-    W.FormSet(TestGuid(1), Title, S.Add(u"Help"), {}, true);
-    W.VarStore(TestGuid(1), 1, 8, "Data");
-    W.Form(1, Title, true);
-    W.Date({S.Add(u"Day"), S.Add(u"A date"), 0x10, 1, 0, 0});
-    W.End().End();
-    return PublishForms(1, W, S, 8);
+    return PublishForm(u"Dates", [](IfrWriter &W, Strings &S) {
+      W.Date({S.Add(u"Day"), S.Add(u"A date"), 0x10, 1, 0, 0});
+    });
   }
 
   UINT32 Field() {
@@ -71,22 +65,6 @@ TEST_F(KeyTest, StepKeysReachLastKeyAsCharacters) {
   EXPECT_EQ(LastKey().Key.UnicodeChar, u'a');
 }
 
-TEST_F(KeyTest, TheSimpleServiceGivesNoShiftState) {
-  tools::SessionOptions Options;
-  Options.Platform.ExtendedInput = false;
-  Restart(Options);
-  ASSERT_EQ(TextInputEx, nullptr);
-  Host().Keyboard().PushKey(SCAN_F6, 0, LeftShift);
-  EFI_KEY_DATA Key;
-  std::memset(&Key, 0xAA, sizeof(Key));
-  ASSERT_EQ(ReadKey(&Key), EFI_SUCCESS);
-  EXPECT_EQ(Key.Key.ScanCode, SCAN_F6);
-  EXPECT_EQ(Key.KeyState.KeyShiftState, 0u);
-  EXPECT_EQ(Key.KeyState.KeyToggleState, 0);
-  EXPECT_EQ(LastKey().Key.UnicodeChar, u'+');
-  EXPECT_EQ(LastKey().KeyState.KeyShiftState, 0u);
-}
-
 // SendForm drains the keys typed before it: none reaches the form, and LastKey holds the last.
 TEST_F(KeyTest, KeysTypedBeforeSendFormAreDrained) {
   DateForm();
@@ -106,16 +84,13 @@ TEST_F(KeyTest, KeysTypedBeforeSendFormAreDrained) {
 
 // With one tab, Left and Right switch to that same tab: its form is entered afresh.
 TEST_F(KeyTest, OneTabOnlyIsEnteredAgain) {
-  Strings S;
-  IfrWriter W;
-  EFI_STRING_ID Title = S.Add(u"Only");
-  W.FormSet(TestGuid(1), Title, S.Add(u"Help"), {}, true);
-  W.VarStore(TestGuid(1), 1, 8, "Data");
-  W.Form(1, Title, true);
-  W.Checkbox({S.Add(u"First"), S.Add(u"One"), 0x10, 1, 0, 0});
-  W.Checkbox({S.Add(u"Second"), S.Add(u"Two"), 0x11, 1, 1, 0});
-  W.End().End();
-  PublishForms(1, W, S, 8, &gDefaultPageGuids[0], Title);
+  PublishForm(
+      u"Only",
+      [](IfrWriter &W, Strings &S) {
+        W.Checkbox({S.Add(u"First"), S.Add(u"One"), 0x10, 1, 0, 0});
+        W.Checkbox({S.Add(u"Second"), S.Add(u"Two"), 0x11, 1, 1, 0});
+      },
+      8, &gDefaultPageGuids[0]);
   Send(Handles());
   ASSERT_TRUE(Waiting());
   for (const char *Key : {"Right", "Left"}) {
@@ -128,12 +103,23 @@ TEST_F(KeyTest, OneTabOnlyIsEnteredAgain) {
   }
 }
 
-// Until the extended service is there, Shift-Tab is Tab and the Alt keys are plain letters;
-// once it is installed, the browser finds it between two keys.
+// Until the extended service is there, keys come without shift state, Shift-Tab is Tab and the
+// Alt keys are plain letters; once it is installed, the browser finds it between two keys.
 TEST_F(KeyTest, TheExtendedServiceArrivingLater) {
   tools::SessionOptions Options;
   Options.Platform.ExtendedInput = false;
   Restart(Options);
+  ASSERT_EQ(TextInputEx, nullptr);
+  Host().Keyboard().PushKey(SCAN_F6, 0, LeftShift);
+  EFI_KEY_DATA Key;
+  std::memset(&Key, 0xAA, sizeof(Key));
+  ASSERT_EQ(ReadKey(&Key), EFI_SUCCESS);
+  EXPECT_EQ(Key.Key.ScanCode, SCAN_F6);
+  EXPECT_EQ(Key.KeyState.KeyShiftState, 0u);
+  EXPECT_EQ(Key.KeyState.KeyToggleState, 0);
+  EXPECT_EQ(LastKey().Key.UnicodeChar, u'+');
+  EXPECT_EQ(LastKey().KeyState.KeyShiftState, 0u);
+
   DateForm();
   Send(Handles());
   ASSERT_TRUE(Waiting());

@@ -25,6 +25,11 @@ void ExpectRect(const ScreenRect &Actual, const Rect &Expected, const std::strin
   EXPECT_EQ(Actual.Bottom, Expected.Bottom) << What << " bottom";
 }
 
+// A boxed body over the whole width, where the help area would be.
+std::vector<uint32_t> FullWidthBodyRow() {
+  return CellRow(AREA_BODY, 0, 2, 80, 21, LAYOUT_FLAG_BOX, BodyAttributes);
+}
+
 class LayoutTest : public ScreenTest {
 protected:
   // A form with help on every line (style 0): a subtitle, a one-of, a string, a checkbox, Extra
@@ -183,10 +188,7 @@ TEST_F(LayoutTest, AFittedSubFormMakesRoomForItsTitle) {
 }
 
 TEST_F(LayoutTest, WithoutAHelpRowTheBodyHasNoSharedBorder) {
-  UseLayout({DefaultTitleRow(), DefaultMenuBarRow(),
-             LayoutWords(AREA_BODY, ANCHOR_LEFT, 0, ANCHOR_TOP, 2, SIZE_CELLS, 80, SIZE_CELLS, 21,
-                         LAYOUT_FLAG_BOX, BodyAttributes),
-             DefaultFooterRow()});
+  UseLayout({DefaultTitleRow(), DefaultMenuBarRow(), FullWidthBodyRow(), DefaultFooterRow()});
   Sample(1);
   Send(Handles());
   ASSERT_TRUE(Waiting());
@@ -235,12 +237,9 @@ TEST_F(LayoutTest, WithoutAMenuBarTheTabAndHelpKeysDoNothing) {
 TEST_F(LayoutTest, SeparateBoxesEachHaveAFrameAndAShadow) {
   const UINT32 BoxAndShadow = LAYOUT_FLAG_BOX | LAYOUT_FLAG_SHADOW;
   UseLayout({DefaultTitleRow(), DefaultMenuBarRow(),
-             LayoutWords(AREA_BODY, ANCHOR_LEFT, 0, ANCHOR_TOP, 2, SIZE_CELLS, 50, SIZE_CELLS, 19,
-                         BoxAndShadow, BodyAttributes),
-             LayoutWords(AREA_HELP, ANCHOR_LEFT, 52, ANCHOR_TOP, 2, SIZE_CELLS, 26, SIZE_CELLS, 19,
-                         BoxAndShadow, HelpAttributes),
-             LayoutWords(AREA_FOOTER, ANCHOR_LEFT, 0, ANCHOR_TOP, 21, SIZE_CELLS, 80, SIZE_CELLS, 2,
-                         0, {0x3F, 0, 0, 0x30})});
+             CellRow(AREA_BODY, 0, 2, 50, 19, BoxAndShadow, BodyAttributes),
+             CellRow(AREA_HELP, 52, 2, 26, 19, BoxAndShadow, HelpAttributes),
+             CellRow(AREA_FOOTER, 0, 21, 80, 2, 0, {0x3F, 0, 0, 0x30})});
   Sample(1);
   Send(Handles());
   ASSERT_TRUE(Waiting());
@@ -265,11 +264,9 @@ TEST_F(LayoutTest, SeparateBoxesEachHaveAFrameAndAShadow) {
 // Another driver's layout under the default layout's GUID stands before the first call: the
 // browser installs none of its own, and that layout rules style 0.
 TEST_F(LayoutTest, ALayoutAlreadyInstalledWins) {
-  std::vector<std::vector<uint32_t>> Rows = {DefaultTitleRow(),
-                                             LayoutWords(AREA_BODY, ANCHOR_LEFT, 10, ANCHOR_TOP, 3,
-                                                         SIZE_CELLS, 60, SIZE_CELLS, 18,
-                                                         LAYOUT_FLAG_BOX, BodyAttributes),
-                                             DefaultFooterRow()};
+  std::vector<std::vector<uint32_t>> Rows = {
+      DefaultTitleRow(), CellRow(AREA_BODY, 10, 3, 60, 18, LAYOUT_FLAG_BOX, BodyAttributes),
+      DefaultFooterRow()};
   InstallLayout(gScreenLayoutProtocolGuid, Rows);
   Sample(1);
   Send(Handles());
@@ -292,21 +289,15 @@ TEST_F(LayoutTest, ALayoutAlreadyInstalledWins) {
 // The layout is looked up at every paint: one that its driver replaces while a form is shown
 // rules from the next paint on, which is a full one.
 TEST_F(LayoutTest, ALayoutReplacedWhileShownTakesEffectAtTheNextPaint) {
-  std::vector<std::vector<uint32_t>> Rows = {DefaultTitleRow(), DefaultMenuBarRow(),
-                                             DefaultBodyRow(), DefaultHelpRow(),
-                                             DefaultFooterRow()};
-  EFI_HANDLE Handle = InstallLayout(LayoutGuid(1), Rows);
+  EFI_HANDLE Handle = InstallLayout(LayoutGuid(1), DefaultRows());
   InstallStyleTable({{0, LayoutGuid(1)}});
   Sample(1);
   Send(Handles());
   ASSERT_TRUE(Waiting());
   ExpectRect(Browser->BodyArea.Frame, {0, 54, 2, 22}, "before");
   VOID *Old = Blocks.back().data();
-  Blocks.push_back(
-      host::MakeLayoutBlock({DefaultTitleRow(), DefaultMenuBarRow(),
-                             LayoutWords(AREA_BODY, ANCHOR_LEFT, 0, ANCHOR_TOP, 2, SIZE_CELLS, 80,
-                                         SIZE_CELLS, 21, LAYOUT_FLAG_BOX, BodyAttributes),
-                             DefaultFooterRow()}));
+  Blocks.push_back(host::MakeLayoutBlock(
+      {DefaultTitleRow(), DefaultMenuBarRow(), FullWidthBodyRow(), DefaultFooterRow()}));
   EFI_GUID Guid = LayoutGuid(1);
   ASSERT_EQ(Boot()->ReinstallProtocolInterface(Handle, &Guid, Old, Blocks.back().data()),
             EFI_SUCCESS);
@@ -356,15 +347,12 @@ TEST_F(LayoutTest, ALayoutWithoutABodyRowEndsSendForm) {
 
 // Bytes behind the last whole row of a block are not a row, even when they begin like one.
 TEST_F(LayoutTest, BytesBeyondTheLastWholeRowAreIgnored) {
-  std::vector<std::vector<uint32_t>> Rows = {DefaultTitleRow(), DefaultMenuBarRow(),
-                                             DefaultBodyRow(), DefaultHelpRow(),
-                                             DefaultFooterRow()};
   Sample(1);
   Send(Handles());
   std::vector<std::string> Expected = ScreenRows();
 
   Restart(tools::SessionOptions());
-  std::vector<uint32_t> Block = host::MakeLayoutBlock(Rows);
+  std::vector<uint32_t> Block = host::MakeLayoutBlock(DefaultRows());
   // Half a row that would move the body: area 1, left anchor, offset 30.
   std::vector<uint32_t> Half = {AREA_BODY,  ANCHOR_LEFT, 30,         ANCHOR_TOP, 0,
                                 SIZE_CELLS, 20,          SIZE_CELLS, 5,          0};
@@ -378,6 +366,5 @@ TEST_F(LayoutTest, BytesBeyondTheLastWholeRowAreIgnored) {
   EXPECT_EQ(ScreenRows(), Expected) << ScreenText();
 }
 
-// The service other drivers use to place things within the areas.
 } // namespace
 } // namespace morvane::test

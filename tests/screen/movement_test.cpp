@@ -21,29 +21,26 @@ protected:
   // Lines described by a string: "s" a subtitle, "c" a checkbox (question 0x10, 0x11, ...),
   // "t" a checkbox whose prompt takes eight rows.
   void PublishLines(const std::string &Lines) {
-    Strings S;
-    IfrWriter W;
-    EFI_STRING_ID Title = S.Add(u"Lines");
-    W.FormSet(TestGuid(1), Title, S.Add(u"Help"), {}, true);
-    W.VarStore(TestGuid(1), 1, 64, "Data");
-    W.Form(1, Title, true);
-    UINT16 Checkboxes = 0;
-    for (size_t Index = 0; Index < Lines.size(); Index++) {
-      std::u16string Number = FromUtf8(std::to_string(Index));
-      if (Lines[Index] == 's') {
-        W.Subtitle(S.Add(u"Heading " + Number), 0);
-      } else {
-        std::u16string Prompt = u"Setting " + Number;
-        for (int Row = 1; Lines[Index] == 't' && Row < 8; Row++) {
-          Prompt += u"\r\nrow " + FromUtf8(std::to_string(Row));
-        }
-        W.Checkbox({S.Add(Prompt), S.Add(u"A setting"),
-                    static_cast<EFI_QUESTION_ID>(0x10 + Checkboxes), 1, Checkboxes, 0});
-        Checkboxes++;
-      }
-    }
-    W.End().End();
-    PublishForms(1, W, S, 64);
+    PublishForm(
+        u"Lines",
+        [&](IfrWriter &W, Strings &S) {
+          UINT16 Checkboxes = 0;
+          for (size_t Index = 0; Index < Lines.size(); Index++) {
+            std::u16string Number = FromUtf8(std::to_string(Index));
+            if (Lines[Index] == 's') {
+              W.Subtitle(S.Add(u"Heading " + Number), 0);
+            } else {
+              std::u16string Prompt = u"Setting " + Number;
+              for (int Row = 1; Lines[Index] == 't' && Row < 8; Row++) {
+                Prompt += u"\r\nrow " + FromUtf8(std::to_string(Row));
+              }
+              W.Checkbox({S.Add(Prompt), S.Add(u"A setting"),
+                          static_cast<EFI_QUESTION_ID>(0x10 + Checkboxes), 1, Checkboxes, 0});
+              Checkboxes++;
+            }
+          }
+        },
+        64);
     Send(Handles());
     ASSERT_TRUE(Waiting()) << ScreenText();
   }

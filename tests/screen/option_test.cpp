@@ -233,22 +233,20 @@ TEST_F(OptionTest, UnreadableStringsLeaveNoLine) {
 // printed nor cleared, so the frame and the footer below the body stay.
 TEST_F(OptionTest, AnOptionTallerThanTheRestOfThePage) {
   auto Publish = [this](bool WithTallOption) {
-    Strings S;
-    IfrWriter W;
-    EFI_STRING_ID Title = S.Add(u"Tall");
-    W.FormSet(TestGuid(1), Title, S.Add(u"Help"), {}, true);
-    W.VarStore(TestGuid(1), 1, 32, "Data");
-    W.Form(1, Title, true);
-    for (unsigned Index = 0; Index < 16; Index++) {
-      W.Checkbox({S.Add(u"Check " + TwoDigits(Index)), S.Add(u"One row"),
-                  static_cast<EFI_QUESTION_ID>(0x10 + Index), 1, static_cast<UINT16>(Index), 0});
-    }
-    if (WithTallOption) {
-      W.Checkbox(
-          {S.Add(u"Tall\r\nprompt\r\nof four\r\nrows"), S.Add(u"Four rows"), 0x30, 1, 20, 0});
-    }
-    W.End().End();
-    PublishForms(1, W, S, 32);
+    PublishForm(
+        u"Tall",
+        [&](IfrWriter &W, Strings &S) {
+          for (unsigned Index = 0; Index < 16; Index++) {
+            W.Checkbox({S.Add(u"Check " + TwoDigits(Index)), S.Add(u"One row"),
+                        static_cast<EFI_QUESTION_ID>(0x10 + Index), 1, static_cast<UINT16>(Index),
+                        0});
+          }
+          if (WithTallOption) {
+            W.Checkbox(
+                {S.Add(u"Tall\r\nprompt\r\nof four\r\nrows"), S.Add(u"Four rows"), 0x30, 1, 20, 0});
+          }
+        },
+        32);
   };
   Publish(false);
   Send(Handles());

@@ -91,8 +91,7 @@ TEST_F(PaintTest, FooterGapsCloseAsTheFrameNarrows) {
     std::string Name = "footer of " + std::to_string(Each.Width);
     Restart(tools::SessionOptions());
     UseLayout({DefaultTitleRow(), DefaultMenuBarRow(), DefaultBodyRow(), DefaultHelpRow(),
-               LayoutWords(AREA_FOOTER, ANCHOR_LEFT, 0, ANCHOR_TOP, 23, SIZE_CELLS, Each.Width,
-                           SIZE_CELLS, 2, 0x21, {0x3F, 0, 0, 0x30})});
+               CellRow(AREA_FOOTER, 0, 23, Each.Width, 2, 0x21, {0x3F, 0, 0, 0x30})});
     Toggles(1);
     Send(Handles());
     ASSERT_TRUE(Waiting()) << Name;
@@ -115,10 +114,19 @@ TEST_F(PaintTest, FooterGapsCloseAsTheFrameNarrows) {
   }
 }
 
-// A long description in the last column on the default 80 columns: every gap closes and the
-// text is cut to what is left of the frame.
-TEST_F(PaintTest, ALongHintClosesTheGapsAndIsCut) {
+// Built-in strings longer than their place: a long description in the last column of the footer
+// closes every gap and is cut to what is left of the frame; a help title of characters of no
+// width (more characters than the help's width) is centred by its cells; a title wider than the
+// screen shows what fits and runs over into no other row. The strings are read at the first call
+// of a nesting.
+TEST_F(PaintTest, LongBuiltInStringsAreFittedToTheirPlace) {
   SetBuiltinString(STRING_KEY_F9_TEXT, u"Load the Setup Defaults Now");
+  SetBuiltinString(STRING_HELP_TITLE, std::u16string(40, NARROW_CHAR) + u"Notes");
+  std::u16string Long;
+  for (int Index = 0; Index < 9; Index++) {
+    Long += u"Title" + std::u16string(1, static_cast<char16_t>(u'0' + Index)) + u"....";
+  }
+  SetBuiltinString(STRING_BROWSER_TITLE, Long);
   Toggles(1);
   Send(Handles());
   ASSERT_TRUE(Waiting());
@@ -127,6 +135,9 @@ TEST_F(PaintTest, ALongHintClosesTheGapsAndIsCut) {
   EXPECT_EQ(ColumnOf(24, u"F10"), 49);
   EXPECT_EQ(Cells(23).substr(53), u"Load the Setup Defaults No ");
   EXPECT_EQ(Cells(24).substr(53), u"Save and Exit" + std::u16string(14, u' '));
+  EXPECT_EQ(ColumnOf(3, u"Notes"), 64) << ScreenText();
+  EXPECT_EQ(Cells(0), Long.substr(0, 80));
+  EXPECT_EQ(Cells(1), std::u16string(80, u' ')) << "nothing runs over into the next row";
 }
 
 // The help title is printed on the first paint after SendForm begins, skipped on the next,
@@ -149,15 +160,6 @@ TEST_F(PaintTest, TheHelpTitleIsPrintedOnEverySecondPaint) {
   EXPECT_EQ(ColumnOf(3, Mark), 58) << ScreenText();
   Type("Esc"); // back: printed again
   EXPECT_EQ(ColumnOf(3, u"Item Specific Help"), 58) << ScreenText();
-}
-
-// Width controls take no cell: a title full of them has more characters than the help's width.
-TEST_F(PaintTest, AHelpTitleWithCharactersOfNoWidth) {
-  SetBuiltinString(STRING_HELP_TITLE, std::u16string(40, NARROW_CHAR) + u"Notes");
-  Toggles(1);
-  Send(Handles());
-  ASSERT_TRUE(Waiting());
-  EXPECT_EQ(ColumnOf(3, u"Notes"), 64) << ScreenText();
 }
 
 TEST_F(PaintTest, TheTitleStandsWhereItsAlignmentSays) {
@@ -189,8 +191,7 @@ TEST_F(PaintTest, TheTitleStandsWhereItsAlignmentSays) {
 TEST_F(PaintTest, ATitleOfKindZeroFitsItsText) {
   UseLayout(
       {LayoutWords(AREA_TITLE, ANCHOR_LEFT, 10, ANCHOR_TOP, 0, SIZE_FIT, 0, SIZE_FIT, 0, 0, {0x30}),
-       LayoutWords(AREA_BODY, ANCHOR_LEFT, 0, ANCHOR_TOP, 3, SIZE_CELLS, 80, SIZE_CELLS, 20,
-                   LAYOUT_FLAG_BOX, BodyAttributes)});
+       CellRow(AREA_BODY, 0, 3, 80, 20, LAYOUT_FLAG_BOX, BodyAttributes)});
   Toggles(1);
   Send(Handles());
   ASSERT_TRUE(Waiting());
@@ -204,25 +205,10 @@ TEST_F(PaintTest, ATitleOfKindZeroFitsItsText) {
   EXPECT_NE(AttributeAt(10, 2), 0x30);
 }
 
-TEST_F(PaintTest, ATitleWiderThanTheScreenShowsWhatFits) {
-  std::u16string Long;
-  for (int Index = 0; Index < 9; Index++) {
-    Long += u"Title" + std::u16string(1, static_cast<char16_t>(u'0' + Index)) + u"....";
-  }
-  // The strings are read at the first call of a nesting.
-  SetBuiltinString(STRING_BROWSER_TITLE, Long);
-  Toggles(1);
-  Send(Handles());
-  ASSERT_TRUE(Waiting());
-  EXPECT_EQ(Cells(0), Long.substr(0, 80));
-  EXPECT_EQ(Cells(1), std::u16string(80, u' ')) << "nothing runs over into the next row";
-}
-
 // A style without the blank margin: the row that carried the sub-form's rule lies one below
 // the client top, and its frame cells are the ones given back.
 TEST_F(PaintTest, BackFromASubFormOfAStyleWithoutMargin) {
-  InstallLayout(LayoutGuid(5), {DefaultTitleRow(), DefaultMenuBarRow(), DefaultBodyRow(),
-                                DefaultHelpRow(), DefaultFooterRow()});
+  InstallLayout(LayoutGuid(5), DefaultRows());
   InstallStyleTable({{0, LayoutGuid(5)}, {2, LayoutGuid(5)}, {5, LayoutGuid(5)}});
   Toggles(1, 0, 5);
   Send(Handles());
@@ -317,8 +303,7 @@ TEST_F(PaintTest, TheScrollBarOfSmallBodies) {
   };
   for (const Case &Each : Cases) {
     Restart(tools::SessionOptions());
-    UseLayout({LayoutWords(AREA_BODY, ANCHOR_LEFT, 0, ANCHOR_TOP, 2, SIZE_CELLS, 55, SIZE_CELLS,
-                           Each.FrameHeight, LAYOUT_FLAG_BOX, BodyAttributes)});
+    UseLayout({CellRow(AREA_BODY, 0, 2, 55, Each.FrameHeight, LAYOUT_FLAG_BOX, BodyAttributes)});
     Toggles(1, 9);
     Send(Handles());
     ASSERT_TRUE(Waiting());

@@ -14,42 +14,46 @@ std::vector<uint32_t> LayoutWords(UINT32 Area, UINT32 HorizontalAnchor, INT32 Ho
                                   INT32 WidthValue, UINT32 HeightKind, INT32 HeightValue,
                                   UINT32 Flags, std::vector<uint32_t> Attributes) {
   Attributes.resize(10, 0);
+  // Offsets and sizes may be negative; the block holds their two's complement.
   std::vector<uint32_t> Words = {Area,
                                  HorizontalAnchor,
-                                 static_cast<uint32_t>(HorizontalOffset),
+                                 uint32_t(HorizontalOffset),
                                  VerticalAnchor,
-                                 static_cast<uint32_t>(VerticalOffset),
+                                 uint32_t(VerticalOffset),
                                  WidthKind,
-                                 static_cast<uint32_t>(WidthValue),
+                                 uint32_t(WidthValue),
                                  HeightKind,
-                                 static_cast<uint32_t>(HeightValue),
+                                 uint32_t(HeightValue),
                                  Flags};
   Words.insert(Words.end(), Attributes.begin(), Attributes.end());
   return Words;
 }
 
-namespace {
-std::vector<uint32_t> Cells(UINT32 Area, INT32 Column, INT32 Row, INT32 Width, INT32 Height,
-                            UINT32 Flags, std::vector<uint32_t> Attributes) {
+std::vector<uint32_t> CellRow(UINT32 Area, INT32 Column, INT32 Row, INT32 Width, INT32 Height,
+                              UINT32 Flags, std::vector<uint32_t> Attributes) {
   return LayoutWords(Area, ANCHOR_LEFT, Column, ANCHOR_TOP, Row, SIZE_CELLS, Width, SIZE_CELLS,
                      Height, Flags, std::move(Attributes));
 }
-} // namespace
 
 std::vector<uint32_t> DefaultTitleRow() {
-  return Cells(AREA_TITLE, 0, 0, 80, 1, 0x11, {0x30});
+  return CellRow(AREA_TITLE, 0, 0, 80, 1, 0x11, {0x30});
 }
 std::vector<uint32_t> DefaultMenuBarRow() {
-  return Cells(AREA_MENU_BAR, 0, 1, 80, 1, 0x11, {0x17, 0x11, 0x71});
+  return CellRow(AREA_MENU_BAR, 0, 1, 80, 1, 0x11, {0x17, 0x11, 0x71});
 }
 std::vector<uint32_t> DefaultBodyRow() {
-  return Cells(AREA_BODY, 0, 2, 55, 21, 0x21, BodyAttributes);
+  return CellRow(AREA_BODY, 0, 2, 55, 21, 0x21, BodyAttributes);
 }
 std::vector<uint32_t> DefaultHelpRow() {
-  return Cells(AREA_HELP, 54, 2, 26, 21, 0x21, HelpAttributes);
+  return CellRow(AREA_HELP, 54, 2, 26, 21, 0x21, HelpAttributes);
 }
 std::vector<uint32_t> DefaultFooterRow() {
-  return Cells(AREA_FOOTER, 0, 23, 80, 2, 0x21, {0x3F, 0, 0, 0x30});
+  return CellRow(AREA_FOOTER, 0, 23, 80, 2, 0x21, {0x3F, 0, 0, 0x30});
+}
+
+std::vector<std::vector<uint32_t>> DefaultRows() {
+  return {DefaultTitleRow(), DefaultMenuBarRow(), DefaultBodyRow(), DefaultHelpRow(),
+          DefaultFooterRow()};
 }
 
 EFI_GUID LayoutGuid(UINT8 Last) {
@@ -148,7 +152,7 @@ PublishedFormSet &ScreenTest::PublishForms(UINT8 Id, kit::IfrWriter &Forms, kit:
 PublishedFormSet &
 ScreenTest::PublishForm(const std::u16string &Title,
                         const std::function<void(kit::IfrWriter &, kit::Strings &)> &Body,
-                        UINT16 StoreSize) {
+                        UINT16 StoreSize, const EFI_GUID *Page) {
   kit::Strings S;
   kit::IfrWriter W;
   EFI_STRING_ID TitleId = S.Add(Title);
@@ -159,7 +163,7 @@ ScreenTest::PublishForm(const std::u16string &Title,
   W.Form(1, TitleId, true);
   Body(W, S);
   W.End().End();
-  return PublishForms(1, W, S, StoreSize);
+  return PublishForms(1, W, S, StoreSize, Page, TitleId);
 }
 
 std::vector<EFI_HII_HANDLE> ScreenTest::Handles() {

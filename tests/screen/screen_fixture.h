@@ -23,12 +23,17 @@ std::vector<uint32_t> LayoutWords(UINT32 Area, UINT32 HorizontalAnchor, INT32 Ho
                                   INT32 WidthValue, UINT32 HeightKind, INT32 HeightValue,
                                   UINT32 Flags, std::vector<uint32_t> Attributes);
 
+// A row held to the top left corner, its place and size in cells.
+std::vector<uint32_t> CellRow(UINT32 Area, INT32 Column, INT32 Row, INT32 Width, INT32 Height,
+                              UINT32 Flags, std::vector<uint32_t> Attributes);
+
 // The driver's default rows at 80 x 25, for layouts that change only some of them.
 std::vector<uint32_t> DefaultTitleRow();
 std::vector<uint32_t> DefaultMenuBarRow();
 std::vector<uint32_t> DefaultBodyRow();
 std::vector<uint32_t> DefaultHelpRow();
 std::vector<uint32_t> DefaultFooterRow();
+std::vector<std::vector<uint32_t>> DefaultRows();
 extern const std::vector<uint32_t> BodyAttributes;
 extern const std::vector<uint32_t> HelpAttributes;
 
@@ -68,10 +73,10 @@ protected:
                                  EFI_STRING_ID Title = 0);
 
   // Publishes form set 1 with one form titled Title, whose statements Body writes, and a buffer
-  // store 1 "Data" of StoreSize bytes (none for 0).
+  // store 1 "Data" of StoreSize bytes (none for 0); with a page GUID it is a tab.
   PublishedFormSet &PublishForm(const std::u16string &Title,
                                 const std::function<void(kit::IfrWriter &, kit::Strings &)> &Body,
-                                UINT16 StoreSize = 8);
+                                UINT16 StoreSize = 8, const EFI_GUID *Page = nullptr);
 
   std::vector<EFI_HII_HANDLE> Handles();
 

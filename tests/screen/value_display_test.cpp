@@ -95,37 +95,22 @@ TEST(FormatNumberTest, FlagsAndBufferSize) {
 // A one-of shows the option its value matches; a value that matches no visible option takes the
 // first visible one as it is shown, in the edit copy of the storage only.
 TEST_F(ValueDisplayTest, AOneOfRepairsAValueNoVisibleOptionMatches) {
-  struct Option {
-    const char16_t *Text;
-    UINT8 Value;
-    bool Suppressed;
-  };
+  // Up to three options, Ann = 1, Bob = 2 and Cyd = 3, each of them visible or suppressed.
+  const char16_t *Names[] = {u"Ann", u"Bob", u"Cyd"};
   struct Case {
     const char16_t *Prompt;
-    std::vector<Option> Options;
+    std::vector<bool> Suppressed;
     UINT8 Stored;
     const char16_t *Shown;
     UINT8 Value;
   };
   const Case Cases[] = {
-      {u"Visible match",
-       {{u"Ann", 1, false}, {u"Bob", 2, false}, {u"Cyd", 3, false}},
-       3,
-       u"[Cyd]",
-       3},
-      {u"Hidden match",
-       {{u"Ann", 1, false}, {u"Bob", 2, true}, {u"Cyd", 3, false}},
-       2,
-       u"[Ann]",
-       1},
-      {u"First hidden",
-       {{u"Ann", 1, true}, {u"Bob", 2, false}, {u"Cyd", 3, false}},
-       1,
-       u"[Bob]",
-       2},
-      {u"No match", {{u"Ann", 1, false}, {u"Bob", 2, false}}, 7, u"[Ann]", 1},
-      {u"All hidden, found", {{u"Ann", 1, true}, {u"Bob", 2, true}}, 2, u"[]", 2},
-      {u"All hidden, lost", {{u"Ann", 1, true}, {u"Bob", 2, true}}, 9, u"[Bob]", 9},
+      {u"Visible match", {false, false, false}, 3, u"[Cyd]", 3},
+      {u"Hidden match", {false, true, false}, 2, u"[Ann]", 1},
+      {u"First hidden", {true, false, false}, 1, u"[Bob]", 2},
+      {u"No match", {false, false}, 7, u"[Ann]", 1},
+      {u"All hidden, found", {true, true}, 2, u"[]", 2},
+      {u"All hidden, lost", {true, true}, 9, u"[Bob]", 9},
       {u"No options", {}, 4, u"[]", 4},
   };
   PublishForm(
@@ -136,12 +121,12 @@ TEST_F(ValueDisplayTest, AOneOfRepairsAValueNoVisibleOptionMatches) {
           W.OneOf({S.Add(Each.Prompt), S.Add(u"A choice"),
                    static_cast<EFI_QUESTION_ID>(0x10 + Offset), 1, Offset, 0},
                   EFI_IFR_NUMERIC_SIZE_1, 0, 9, 0, true);
-          for (const Option &Choice : Each.Options) {
-            if (Choice.Suppressed) {
+          for (UINT8 Option = 0; Option < Each.Suppressed.size(); Option++) {
+            if (Each.Suppressed[Option]) {
               W.SuppressIf(true).True();
             }
-            W.OneOfOption(S.Add(Choice.Text), 0, IfrValue::U8(Choice.Value));
-            if (Choice.Suppressed) {
+            W.OneOfOption(S.Add(Names[Option]), 0, IfrValue::U8(Option + 1));
+            if (Each.Suppressed[Option]) {
               W.End();
             }
           }

@@ -24,6 +24,9 @@ struct Expected {
   UINT32 State = 0;
 };
 
+// Esc before a digit, which a "\x1b1" literal would take as part of the escape.
+const std::string Esc = "\x1b";
+
 struct KeyCase {
   const char *Name;
   std::string Bytes;
@@ -97,46 +100,16 @@ const KeyCase KeyCases[] = {
     {"modifier 1 is none", "\x1b[1;1A", ScanKey(SCAN_UP)},
     {"shift tab", "\x1b[Z", CharKey(CHAR_TAB, Shift)},
     // VT100+ as firmware consoles send it.
-    {"vt100+ f1",
-     "\x1b"
-     "1",
-     ScanKey(SCAN_F1)},
-    {"vt100+ f2",
-     "\x1b"
-     "2",
-     ScanKey(SCAN_F2)},
-    {"vt100+ f3",
-     "\x1b"
-     "3",
-     ScanKey(SCAN_F3)},
-    {"vt100+ f4",
-     "\x1b"
-     "4",
-     ScanKey(SCAN_F4)},
-    {"vt100+ f5",
-     "\x1b"
-     "5",
-     ScanKey(SCAN_F5)},
-    {"vt100+ f6",
-     "\x1b"
-     "6",
-     ScanKey(SCAN_F6)},
-    {"vt100+ f7",
-     "\x1b"
-     "7",
-     ScanKey(SCAN_F7)},
-    {"vt100+ f8",
-     "\x1b"
-     "8",
-     ScanKey(SCAN_F8)},
-    {"vt100+ f9",
-     "\x1b"
-     "9",
-     ScanKey(SCAN_F9)},
-    {"vt100+ f10",
-     "\x1b"
-     "0",
-     ScanKey(SCAN_F10)},
+    {"vt100+ f1", Esc + "1", ScanKey(SCAN_F1)},
+    {"vt100+ f2", Esc + "2", ScanKey(SCAN_F2)},
+    {"vt100+ f3", Esc + "3", ScanKey(SCAN_F3)},
+    {"vt100+ f4", Esc + "4", ScanKey(SCAN_F4)},
+    {"vt100+ f5", Esc + "5", ScanKey(SCAN_F5)},
+    {"vt100+ f6", Esc + "6", ScanKey(SCAN_F6)},
+    {"vt100+ f7", Esc + "7", ScanKey(SCAN_F7)},
+    {"vt100+ f8", Esc + "8", ScanKey(SCAN_F8)},
+    {"vt100+ f9", Esc + "9", ScanKey(SCAN_F9)},
+    {"vt100+ f10", Esc + "0", ScanKey(SCAN_F10)},
     {"vt100+ f11", "\x1b!", ScanKey(SCAN_F11)},
     {"vt100+ f12", "\x1b@", ScanKey(SCAN_F12)},
     {"vt100+ home", "\x1bh", ScanKey(SCAN_HOME)},
@@ -194,47 +167,42 @@ void ExpectKey(const TerminalInput &Input, const Expected &Key, const std::strin
   EXPECT_EQ(Input.Key.KeyState.KeyToggleState, 0) << Context;
 }
 
-TEST(KeyDecoderTest, EverySequenceInOneRead) {
+// A sequence can arrive split anywhere; nothing comes out until it is whole (split 0: whole).
+TEST(KeyDecoderTest, EverySequenceWholeAndInTwoPieces) {
   for (const KeyCase &Case : KeyCases) {
-    KeyDecoder Decoder;
-    Decoder.Feed(Case.Bytes);
-    std::vector<TerminalInput> Inputs = Drain(Decoder);
-    ASSERT_EQ(Inputs.size(), 1u) << Case.Name;
-    ExpectKey(Inputs[0], Case.Key, Case.Name);
-    EXPECT_FALSE(Decoder.Pending()) << Case.Name;
-  }
-}
-
-// A sequence can arrive split anywhere; nothing comes out until it is whole.
-TEST(KeyDecoderTest, EverySequenceInTwoPieces) {
-  for (const KeyCase &Case : KeyCases) {
-    for (size_t Split = 1; Split < Case.Bytes.size(); Split++) {
+    for (size_t Split = 0; Split < Case.Bytes.size(); Split++) {
       std::string Context = std::string(Case.Name) + " split at " + std::to_string(Split);
       KeyDecoder Decoder;
-      Decoder.Feed(Case.Bytes.substr(0, Split));
-      EXPECT_TRUE(Drain(Decoder).empty()) << Context;
-      EXPECT_TRUE(Decoder.Pending()) << Context;
+      if (Split > 0) {
+        Decoder.Feed(Case.Bytes.substr(0, Split));
+        EXPECT_TRUE(Drain(Decoder).empty()) << Context;
+        EXPECT_TRUE(Decoder.Pending()) << Context;
+      }
       Decoder.Feed(Case.Bytes.substr(Split));
       std::vector<TerminalInput> Inputs = Drain(Decoder);
       ASSERT_EQ(Inputs.size(), 1u) << Context;
       ExpectKey(Inputs[0], Case.Key, Context);
+      EXPECT_FALSE(Decoder.Pending()) << Context;
     }
   }
 }
 
-TEST(KeyDecoderTest, EverySequenceByteByByteAmongOthers) {
+// All the sequences one after the other, in one read and byte by byte.
+TEST(KeyDecoderTest, EverySequenceAmongOthers) {
   std::string All;
   for (const KeyCase &Case : KeyCases) {
     All += Case.Bytes;
   }
-  KeyDecoder Decoder;
-  for (char Byte : All) {
-    Decoder.Feed(std::string(1, Byte));
-  }
-  std::vector<TerminalInput> Inputs = Drain(Decoder);
-  ASSERT_EQ(Inputs.size(), std::size(KeyCases));
-  for (size_t Index = 0; Index < Inputs.size(); Index++) {
-    ExpectKey(Inputs[Index], KeyCases[Index].Key, KeyCases[Index].Name);
+  for (bool Bytewise : {false, true}) {
+    KeyDecoder Decoder;
+    for (size_t At = 0; At < All.size(); At += Bytewise ? 1 : All.size()) {
+      Decoder.Feed(All.substr(At, Bytewise ? 1 : All.size()));
+    }
+    std::vector<TerminalInput> Inputs = Drain(Decoder);
+    ASSERT_EQ(Inputs.size(), std::size(KeyCases)) << Bytewise;
+    for (size_t Index = 0; Index < Inputs.size(); Index++) {
+      ExpectKey(Inputs[Index], KeyCases[Index].Key, KeyCases[Index].Name);
+    }
   }
 }
 
@@ -256,6 +224,8 @@ TEST(KeyDecoderTest, FlushTakesWhatIsBufferedAsItStands) {
       {"cut ss3", "\x1bO5", {}},
       {"cut utf-8", "\xe6\x97", {}},
       {"keys then esc", "ab\x1b", {CharKey(u'a'), CharKey(u'b'), ScanKey(SCAN_ESC)}},
+      {"nothing pending", "", {}},
+      {"a whole sequence", "\x1b[A", {ScanKey(SCAN_UP)}},
   };
   for (const FlushCase &Case : Cases) {
     KeyDecoder Decoder;
@@ -273,17 +243,6 @@ TEST(KeyDecoderTest, FlushTakesWhatIsBufferedAsItStands) {
     ASSERT_EQ(Inputs.size(), 1u) << Case.Name;
     ExpectKey(Inputs[0], CharKey(u'z'), Case.Name);
   }
-}
-
-TEST(KeyDecoderTest, FlushWithNothingPendingIsHarmless) {
-  KeyDecoder Decoder;
-  Decoder.Flush();
-  EXPECT_TRUE(Drain(Decoder).empty());
-  Decoder.Feed("\x1b[A");
-  Decoder.Flush();
-  std::vector<TerminalInput> Inputs = Drain(Decoder);
-  ASSERT_EQ(Inputs.size(), 1u);
-  ExpectKey(Inputs[0], ScanKey(SCAN_UP), "up");
 }
 
 // Bytes that are no key are dropped without taking the keys after them along.
@@ -337,19 +296,6 @@ TEST(KeyDecoderTest, ControlLAsksForARedraw) {
   ExpectKey(Inputs[0], CharKey(u'a'), "before");
   EXPECT_EQ(Inputs[1].What, TerminalInput::Kind::Redraw);
   ExpectKey(Inputs[2], CharKey(u'b'), "after");
-}
-
-TEST(KeyDecoderTest, ManyKeysInOneRead) {
-  KeyDecoder Decoder;
-  Decoder.Feed("ab\x1b[A\r\x1b[21~\xc3\xa9\x1bOP");
-  std::vector<TerminalInput> Inputs = Drain(Decoder);
-  std::vector<Expected> Keys = {
-      CharKey(u'a'),     CharKey(u'b'),   ScanKey(SCAN_UP), CharKey(CHAR_CARRIAGE_RETURN),
-      ScanKey(SCAN_F10), CharKey(0x00E9), ScanKey(SCAN_F1)};
-  ASSERT_EQ(Inputs.size(), Keys.size());
-  for (size_t Index = 0; Index < Keys.size(); Index++) {
-    ExpectKey(Inputs[Index], Keys[Index], "key " + std::to_string(Index));
-  }
 }
 
 TEST(KeyDecoderTest, ShiftStateOfEachModifierParameter) {

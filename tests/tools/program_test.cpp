@@ -4,6 +4,7 @@
 #include <gmock/gmock.h>
 #include <gtest/gtest.h>
 
+#include <cstdio>
 #include <regex>
 #include <sstream>
 #include <string>
@@ -158,12 +159,6 @@ std::string RowWith(const std::string &Out, unsigned Screen, const std::string &
   return "";
 }
 
-TEST_F(ProgramTest, SampleTabs) {
-  ProgramResult Run = Headless("screen Right screen Right screen Right screen Right");
-  EXPECT_EQ(Run.ExitCode, 3) << Run.Errors;
-  ExpectMatchesFile("sample_tabs", Run.Out);
-}
-
 TEST_F(ProgramTest, SampleSubFormsAndEditors) {
   ProgramResult Run = Headless(R"(
 # Advanced: the three sub-forms, back to the top form each time.
@@ -240,23 +235,6 @@ TEST_F(ProgramTest, DumpFormats) {
   EXPECT_THAT(Both.Out, HasSubstr("=== attr 2 ===\n"));
 }
 
-TEST_F(ProgramTest, LargerConsole) {
-  ProgramResult Run = Headless("Right Down Enter", {"--size", "100x30"});
-  EXPECT_EQ(Run.ExitCode, 3) << Run.Errors;
-  ExpectMatchesFile("size_100x30", Run.Out);
-  std::vector<std::string> Rows = DumpRows(Run.Out, 1);
-  ASSERT_EQ(Rows.size(), 30u);
-  for (const std::string &Line : Rows) {
-    EXPECT_EQ(Cells(Line), 100u) << Line;
-  }
-}
-
-TEST_F(ProgramTest, FrenchScreens) {
-  ProgramResult Run = Headless("screen Right Enter", {"--lang", "fr-FR"});
-  EXPECT_EQ(Run.ExitCode, 3) << Run.Errors;
-  ExpectMatchesFile("lang_fr", Run.Out);
-}
-
 // Japanese built-in strings: wide characters stand once for their two cells.
 TEST_F(ProgramTest, JapaneseRowsKeepTheirWidth) {
   ProgramResult Run = Headless("", {"--lang", "ja-JP"});
@@ -271,11 +249,31 @@ TEST_F(ProgramTest, JapaneseRowsKeepTheirWidth) {
   EXPECT_TRUE(AnyWide) << Run.Out;
 }
 
-TEST_F(ProgramTest, KitWrittenPackageList) {
-  std::string File = Write("widgets.hpk", WidgetPackageList());
-  ProgramResult Run = Headless("screen Down Down Down Enter", {"--packages", File});
-  EXPECT_EQ(Run.ExitCode, 3) << Run.Errors;
-  ExpectMatchesFile("kit_package", Run.Out);
+// Screens compared with reviewed files; every row of the first one fills the console.
+TEST_F(ProgramTest, ScreensMatchTheReviewedFiles) {
+  std::string Widgets = Write("widgets.hpk", WidgetPackageList());
+  struct FileCase {
+    const char *File;
+    std::string Script;
+    std::vector<std::string> Arguments;
+    size_t Columns = 80, Rows = 25;
+  } Cases[] = {
+      {"sample_tabs", "screen Right screen Right screen Right screen Right", {}},
+      {"lang_fr", "screen Right Enter", {"--lang", "fr-FR"}},
+      {"size_100x30", "Right Down Enter", {"--size", "100x30"}, 100, 30},
+      {"kit_package", "screen Down Down Down Enter", {"--packages", Widgets}},
+  };
+  for (const FileCase &Case : Cases) {
+    std::remove(Variables().c_str()); // each run starts from the defaults
+    ProgramResult Run = Headless(Case.Script, Case.Arguments);
+    EXPECT_EQ(Run.ExitCode, 3) << Case.File << "\n" << Run.Errors;
+    ExpectMatchesFile(Case.File, Run.Out);
+    std::vector<std::string> Rows = DumpRows(Run.Out, 1);
+    ASSERT_EQ(Rows.size(), Case.Rows) << Case.File;
+    for (const std::string &Line : Rows) {
+      EXPECT_EQ(Cells(Line), Case.Columns) << Case.File << ": " << Line;
+    }
+  }
 }
 
 // Tabs stand in the order of the files, the program's Exit page last.
@@ -340,60 +338,60 @@ TEST_F(ProgramTest, FormSetAndForm) {
   EXPECT_EQ(Unknown.Out, "");
 }
 
-TEST_F(ProgramTest, ExitCodes) {
-  struct CodeCase {
-    const char *Name;
+// How a headless run ends: its exit code and what it says on each stream.
+TEST_F(ProgramTest, ExitCodesOfRuns) {
+  struct RunCase {
     std::string Script;
+    int Code;
+    std::string Out, Errors;
+  } Cases[] = {
+      {"F10 Enter", 0, "=== exit EFI_SUCCESS request ", ""},
+      {"Esc Down Enter", 0, "=== exit EFI_SUCCESS request 0 ===", ""}, // from the Exit page
+      {"Right", 3, "=== waiting ===\n", ""},
+      {"", 3, "=== waiting ===\n", ""},
+      {"F10 Enter Down Down", 0, "=== exit ", "2 key(s) of the script were not used"},
+      {"Down Sideways", 1, "", "line 1, column 6"},
+  };
+  for (const RunCase &Case : Cases) {
+    ProgramResult Run = Headless(Case.Script);
+    EXPECT_EQ(Run.ExitCode, Case.Code) << Case.Script << "\n" << Run.Errors;
+    if (Case.Out.empty()) {
+      EXPECT_EQ(Run.Out, "") << Case.Script;
+    } else {
+      EXPECT_THAT(Run.Out, HasSubstr(Case.Out)) << Case.Script;
+    }
+    EXPECT_THAT(Run.Errors, HasSubstr(Case.Errors)) << Case.Script;
+  }
+}
+
+// Arguments the program refuses: nothing runs, and the message names what is wrong.
+TEST_F(ProgramTest, RefusedArguments) {
+  struct ArgumentCase {
     std::vector<std::string> Arguments;
     int Code;
-    std::string Out;
     std::string Errors;
   } Cases[] = {
-      {"saved and left", "F10 Enter", {}, 0, "=== exit EFI_SUCCESS request ", ""},
-      {"left from the exit page",
-       "Esc Down Enter",
-       {},
-       0,
-       "=== exit EFI_SUCCESS request 0 ===",
-       ""},
-      {"keys ran out", "Right", {}, 3, "=== waiting ===\n", ""},
-      {"no keys at all", "", {}, 3, "=== waiting ===\n", ""},
-      {"keys after the end",
-       "F10 Enter Down Down",
-       {},
-       0,
-       "=== exit ",
-       "2 key(s) of the script were not used"},
-      {"bad token", "Down Sideways", {}, 1, "", "line 1, column 6"},
-      {"unknown option", "", {"--colour"}, 2, "", "--colour"},
-      {"console too small", "", {"--size", "79x25"}, 2, "", "80x25"},
-      {"size not a size", "", {"--size", "80by25"}, 2, "", "80by25"},
-      {"size without rows", "", {"--size", "80x"}, 2, "", "COLSxROWS"},
-      {"dump mode", "", {"--dump", "html"}, 2, "", "--dump"},
-      {"form set not a guid", "", {"--formset", "main"}, 2, "", "main"},
-      {"size too large", "", {"--size", "1001x25"}, 2, "", "each from 1 to 1000"},
-      {"form not a number", "", {"--form", "two"}, 2, "", "--form: 'two' is not a form id"},
-      {"form out of range", "", {"--form", "70000"}, 2, "", "--form: '70000' is not a form id"},
-      {"form negative", "", {"--form", "-1"}, 2, "", "--form: '-1' is not a form id"},
-      {"form with trailing text", "", {"--form", "2x"}, 2, "", "--form: '2x' is not a form id"},
-      {"form empty", "", {"--form", ""}, 2, "", "--form: '' is not a form id"},
-      {"form bare prefix", "", {"--form", "0x"}, 2, "", "--form: '0x' is not a form id"},
-      {"missing package file",
-       "",
-       {"--packages", "/nonexistent/forms.hpk"},
-       1,
-       "",
-       "/nonexistent/forms.hpk"},
+      {{"--colour"}, 2, "--colour"},
+      {{"--size", "79x25"}, 2, "80x25"},
+      {{"--size", "80by25"}, 2, "80by25"},
+      {{"--size", "80x"}, 2, "COLSxROWS"},
+      {{"--size", "1001x25"}, 2, "each from 1 to 1000"},
+      {{"--dump", "html"}, 2, "--dump"},
+      {{"--formset", "main"}, 2, "main"},
+      {{"--form", "two"}, 2, "--form: 'two' is not a form id"},
+      {{"--form", "70000"}, 2, "--form: '70000' is not a form id"},
+      {{"--form", "-1"}, 2, "--form: '-1' is not a form id"},
+      {{"--form", "2x"}, 2, "--form: '2x' is not a form id"},
+      {{"--form", ""}, 2, "--form: '' is not a form id"},
+      {{"--form", "0x"}, 2, "--form: '0x' is not a form id"},
+      {{"--packages", "/nonexistent/forms.hpk"}, 1, "/nonexistent/forms.hpk"},
   };
-  for (const CodeCase &Case : Cases) {
-    ProgramResult Run = Headless(Case.Script, Case.Arguments);
-    EXPECT_EQ(Run.ExitCode, Case.Code) << Case.Name << "\n" << Run.Errors;
-    if (Case.Out.empty()) {
-      EXPECT_EQ(Run.Out, "") << Case.Name;
-    } else {
-      EXPECT_THAT(Run.Out, HasSubstr(Case.Out)) << Case.Name;
-    }
-    EXPECT_THAT(Run.Errors, HasSubstr(Case.Errors)) << Case.Name;
+  for (const ArgumentCase &Case : Cases) {
+    ProgramResult Run = Headless("", Case.Arguments);
+    std::string Name = testing::PrintToString(Case.Arguments);
+    EXPECT_EQ(Run.ExitCode, Case.Code) << Name << "\n" << Run.Errors;
+    EXPECT_EQ(Run.Out, "") << Name;
+    EXPECT_THAT(Run.Errors, HasSubstr(Case.Errors)) << Name;
   }
 }
 
@@ -528,11 +526,18 @@ TEST_F(ProgramTest, BrokenFormsInASoundList) {
   EXPECT_THAT(Run.Out, HasSubstr("=== screen 1 80x25 ==="));
 }
 
-// Hyper-Threading is on by default; turned off and saved, the next run shows it off.
-TEST_F(ProgramTest, SavedSettingsSurviveARestart) {
+// Hyper-Threading is on by default; a change left with "Discard Changes and Exit" is not kept,
+// one saved is: the next run shows it off.
+TEST_F(ProgramTest, SavedSettingsSurviveARestartAndDiscardedOnesDoNot) {
   const std::string Look = "Right Enter";
   ProgramResult Before = Headless(Look);
   EXPECT_THAT(RowWith(Before.Out, 1, "Hyper-Threading"), HasSubstr("Hyper-Threading            X"));
+
+  // Esc on the top form leads to the Exit page; the warning's second button is "No".
+  ProgramResult Discard = Headless("Right Enter Enter Esc Esc Down Enter Right Enter");
+  EXPECT_EQ(Discard.ExitCode, 0) << Discard.Errors;
+  EXPECT_THAT(Discard.Out, HasSubstr("=== exit EFI_SUCCESS request 0 ===")) << Discard.Out;
+  EXPECT_THAT(RowWith(Headless(Look).Out, 1, "Hyper-Threading"), HasSubstr("X"));
 
   ProgramResult Save = Headless("Right Enter Enter F10 Enter");
   EXPECT_EQ(Save.ExitCode, 0) << Save.Errors;
@@ -542,16 +547,6 @@ TEST_F(ProgramTest, SavedSettingsSurviveARestart) {
   EXPECT_EQ(After.ExitCode, 3);
   EXPECT_THAT(RowWith(After.Out, 1, "Hyper-Threading"), Not(HasSubstr("X")));
   EXPECT_THAT(RowWith(After.Out, 1, "Virtualization"), HasSubstr("X"));
-}
-
-// A change left with "Discard Changes and Exit" is not kept.
-TEST_F(ProgramTest, DiscardedSettingsAreNotKept) {
-  // Esc on the top form leads to the Exit page; the warning's second button is "No".
-  ProgramResult Discard = Headless("Right Enter Enter Esc Esc Down Enter Right Enter");
-  EXPECT_EQ(Discard.ExitCode, 0) << Discard.Errors;
-  EXPECT_THAT(Discard.Out, HasSubstr("=== exit EFI_SUCCESS request 0 ===")) << Discard.Out;
-  ProgramResult After = Headless("Right Enter");
-  EXPECT_THAT(RowWith(After.Out, 1, "Hyper-Threading"), HasSubstr("X"));
 }
 
 // The buffer varstores of a user's package list are kept in the variables file too.
