@@ -50,6 +50,15 @@ protected:
     return Record;
   }
 
+  // A buffer storage of that size, both sides zero.
+  Storage *NewBuffer(const CHAR16 *Name, UINT16 Size) {
+    Storage *Record = NewStorage(STORAGE_KIND_BUFFER, Name);
+    Record->Size = Size;
+    Record->EditCopy = static_cast<UINT8 *>(AllocateZeroedPool(Size));
+    Record->StoredCopy = static_cast<UINT8 *>(AllocateZeroedPool(Size));
+    return Record;
+  }
+
   NameValueNode *AddNode(Storage *Target, const CHAR16 *Name, const CHAR16 *Edit) {
     NameValueNode *Node = static_cast<NameValueNode *>(AllocateZeroedPool(sizeof(NameValueNode)));
     Node->Signature = NAME_VALUE_NODE_SIGNATURE;
@@ -79,34 +88,31 @@ TEST_F(ConfigStringTest, HeaderHasGuidDigitsPlainNameAndThePathWithItsEndNode) {
   ASSERT_EQ(Path[Path.size() - 4], END_DEVICE_PATH_TYPE);
   UINTN Needed = 2 * (5 + 50 + 2 * Path.size());
 
-  UINTN Size = 0;
-  EXPECT_EQ(BuildConfigHdr(nullptr, &Size, &Guid, u"Setup", Driver->Handle()),
-            EFI_BUFFER_TOO_SMALL);
-  EXPECT_EQ(Size, Needed);
   std::vector<CHAR16> Buffer(Needed / 2, 0xAAAA);
-  Size = Needed - 1;
-  EXPECT_EQ(BuildConfigHdr(Buffer.data(), &Size, &Guid, u"Setup", Driver->Handle()),
-            EFI_BUFFER_TOO_SMALL);
+  UINTN Size = 0;
+  auto Build = [&](CHAR16 *Into, UINTN Room, const CHAR16 *Name, EFI_HANDLE Owner) {
+    Size = Room;
+    return BuildConfigHdr(Into, &Size, &Guid, Name, Owner);
+  };
+  EXPECT_EQ(Build(nullptr, 0, u"Setup", Driver->Handle()), EFI_BUFFER_TOO_SMALL);
+  EXPECT_EQ(Size, Needed);
+  EXPECT_EQ(Build(Buffer.data(), Needed - 1, u"Setup", Driver->Handle()), EFI_BUFFER_TOO_SMALL);
   EXPECT_EQ(Size, Needed);
   EXPECT_EQ(Buffer[0], 0xAAAA) << "nothing is written when the room is short";
-  Size = Needed;
-  ASSERT_EQ(BuildConfigHdr(Buffer.data(), &Size, &Guid, u"Setup", Driver->Handle()), EFI_SUCCESS);
+  ASSERT_EQ(Build(Buffer.data(), Needed, u"Setup", Driver->Handle()), EFI_SUCCESS);
   std::u16string Expected = u"GUID=000102030405060708090a0b0c0d0e0f&NAME=Setup&PATH=" +
                             HexDigits(Path.data(), Path.size());
   EXPECT_EQ(TextOf(Buffer.data()), Expected);
   EXPECT_EQ(Expected.size() + 1, Needed / 2) << "the size is exact, terminator included";
 
   // No name: NAME has no characters.
-  Size = Needed;
-  ASSERT_EQ(BuildConfigHdr(Buffer.data(), &Size, &Guid, nullptr, Driver->Handle()), EFI_SUCCESS);
+  ASSERT_EQ(Build(Buffer.data(), Needed, nullptr, Driver->Handle()), EFI_SUCCESS);
   EXPECT_EQ(Size, 2 * (50 + 2 * Path.size()));
   EXPECT_EQ(TextOf(Buffer.data()), u"GUID=000102030405060708090a0b0c0d0e0f&NAME=&PATH=" +
                                        HexDigits(Path.data(), Path.size()));
 
   // A handle without a device path has no header.
-  Size = Needed;
-  EXPECT_TRUE(
-      EFI_ERROR(BuildConfigHdr(Buffer.data(), &Size, &Guid, u"Setup", Host().ConsoleInHandle())));
+  EXPECT_TRUE(EFI_ERROR(Build(Buffer.data(), Needed, u"Setup", Host().ConsoleInHandle())));
 }
 
 TEST_F(ConfigStringTest, TheRequestStartsAsTheHeader) {
@@ -132,7 +138,10 @@ TEST_F(ConfigStringTest, TheRequestStartsAsTheHeader) {
 }
 
 TEST_F(ConfigStringTest, RequestElements) {
-  struct Case {
+  constexpr UINT8 Buffer = STORAGE_KIND_BUFFER, Named = STORAGE_KIND_NAME_VALUE;
+  constexpr UINT8 Callback = EFI_IFR_FLAG_CALLBACK;
+  const std::u16string Name28 = u"ABCDEFGHIJKLMNOPQRSTUVWXYZ01", Name29 = Name28 + u"2";
+  const struct {
     const char *Name;
     UINT8 Kind;
     UINT8 Opcode;
@@ -140,35 +149,24 @@ TEST_F(ConfigStringTest, RequestElements) {
     UINT16 Offset;
     UINT16 Width;
     const CHAR16 *ItemName;
-    EFI_STATUS Status;
-    std::u16string Element;
+    std::u16string Element; // empty when none is added
+  } Cases[] = {
+      {"offset 16, width 2", Buffer, EFI_IFR_NUMERIC_OP, 0, 16, 2, nullptr, u"&OFFSET=10&WIDTH=2"},
+      {"offset 0", Buffer, EFI_IFR_CHECKBOX_OP, 0, 0, 1, nullptr, u"&OFFSET=0&WIDTH=1"},
+      {"lower-case digits without leading zeros", Buffer, EFI_IFR_STRING_OP, 0, 0xABCD, 0x1E,
+       nullptr, u"&OFFSET=abcd&WIDTH=1e"},
+      {"a time takes fourteen bytes", Buffer, EFI_IFR_TIME_OP, 0, 0x100, TIME_STORAGE_WIDTH,
+       nullptr, u"&OFFSET=100&WIDTH=e"},
+      {"a driver's password", Buffer, EFI_IFR_PASSWORD_OP, Callback, 8, 16, nullptr, u""},
+      {"a browser password", Buffer, EFI_IFR_PASSWORD_OP, 0, 8, 16, nullptr, u"&OFFSET=8&WIDTH=10"},
+      {"a name", Named, EFI_IFR_NUMERIC_OP, 0, 0, 2, u"Speed", u"&Speed"},
+      {"28 characters", Named, EFI_IFR_NUMERIC_OP, 0, 0, 2, Name28.c_str(), u"&" + Name28},
+      {"29 are cut to 28", Named, EFI_IFR_NUMERIC_OP, 0, 0, 2, Name29.c_str(), u"&" + Name28},
+      {"a driver's named password", Named, EFI_IFR_PASSWORD_OP, Callback, 0, 2, u"Secret", u""},
+      {"an EFI variable", STORAGE_KIND_EFI_VARIABLE, EFI_IFR_NUMERIC_OP, 0, 0, 2, u"Var", u""},
   };
-  const Case Cases[] = {
-      {"offset 16, width 2", STORAGE_KIND_BUFFER, EFI_IFR_NUMERIC_OP, 0, 16, 2, nullptr,
-       EFI_SUCCESS, u"&OFFSET=10&WIDTH=2"},
-      {"offset 0", STORAGE_KIND_BUFFER, EFI_IFR_CHECKBOX_OP, 0, 0, 1, nullptr, EFI_SUCCESS,
-       u"&OFFSET=0&WIDTH=1"},
-      {"lower-case digits without leading zeros", STORAGE_KIND_BUFFER, EFI_IFR_STRING_OP, 0, 0xABCD,
-       0x1E, nullptr, EFI_SUCCESS, u"&OFFSET=abcd&WIDTH=1e"},
-      {"a time takes fourteen bytes", STORAGE_KIND_BUFFER, EFI_IFR_TIME_OP, 0, 0x100,
-       TIME_STORAGE_WIDTH, nullptr, EFI_SUCCESS, u"&OFFSET=100&WIDTH=e"},
-      {"a password the driver checks", STORAGE_KIND_BUFFER, EFI_IFR_PASSWORD_OP,
-       EFI_IFR_FLAG_CALLBACK, 8, 16, nullptr, EFI_SUCCESS, u""},
-      {"a password the browser keeps", STORAGE_KIND_BUFFER, EFI_IFR_PASSWORD_OP, 0, 8, 16, nullptr,
-       EFI_SUCCESS, u"&OFFSET=8&WIDTH=10"},
-      {"a name", STORAGE_KIND_NAME_VALUE, EFI_IFR_NUMERIC_OP, 0, 0, 2, u"Speed", EFI_SUCCESS,
-       u"&Speed"},
-      {"a name of 28 characters", STORAGE_KIND_NAME_VALUE, EFI_IFR_NUMERIC_OP, 0, 0, 2,
-       u"ABCDEFGHIJKLMNOPQRSTUVWXYZ01", EFI_SUCCESS, u"&ABCDEFGHIJKLMNOPQRSTUVWXYZ01"},
-      {"a name of 29 characters", STORAGE_KIND_NAME_VALUE, EFI_IFR_NUMERIC_OP, 0, 0, 2,
-       u"ABCDEFGHIJKLMNOPQRSTUVWXYZ012", EFI_SUCCESS, u"&ABCDEFGHIJKLMNOPQRSTUVWXYZ01"},
-      {"a name-value password the driver checks", STORAGE_KIND_NAME_VALUE, EFI_IFR_PASSWORD_OP,
-       EFI_IFR_FLAG_CALLBACK, 0, 2, u"Secret", EFI_SUCCESS, u""},
-      {"an EFI variable", STORAGE_KIND_EFI_VARIABLE, EFI_IFR_NUMERIC_OP, 0, 0, 2, u"Var",
-       EFI_SUCCESS, u""},
-  };
-  for (const Case &Each : Cases) {
-    Storage *Target = NewStorage(Each.Kind, Each.Kind == STORAGE_KIND_BUFFER ? u"Setup" : nullptr);
+  for (const auto &Each : Cases) {
+    Storage *Target = NewStorage(Each.Kind, Each.Kind == Buffer ? u"Setup" : nullptr);
     Statement Question = {};
     Question.Opcode = Each.Opcode;
     Question.QuestionFlags = Each.QuestionFlags;
@@ -176,12 +174,13 @@ TEST_F(ConfigStringTest, RequestElements) {
     Question.VarStoreInfo = Each.Offset;
     Question.ValueBytes = Each.Width;
     Question.ItemName = const_cast<CHAR16 *>(Each.ItemName);
-    EXPECT_EQ(AddRequestElement(Set, &Question), Each.Status) << Each.Name;
+    EXPECT_EQ(AddRequestElement(Set, &Question), EFI_SUCCESS) << Each.Name;
     if (Each.Kind == STORAGE_KIND_EFI_VARIABLE) {
       EXPECT_EQ(Target->ConfigRequest, nullptr) << Each.Name;
     } else {
-      std::u16string Name = Each.Kind == STORAGE_KIND_BUFFER ? u"Setup" : u"";
-      EXPECT_EQ(TextOf(Target->ConfigRequest), Header(Name) + Each.Element) << Each.Name;
+      EXPECT_EQ(TextOf(Target->ConfigRequest),
+                Header(Each.Kind == Buffer ? u"Setup" : u"") + Each.Element)
+          << Each.Name;
     }
     EXPECT_EQ(Target->ElementCount, Each.Element.empty() ? 0u : 1u) << Each.Name;
   }
@@ -240,10 +239,7 @@ TEST_F(ConfigStringTest, NameValueResponseIsTakenApartPairByPair) {
 }
 
 TEST_F(ConfigStringTest, BufferResponseGoesThroughTheRoutingProtocolBothWays) {
-  Storage *Target = NewStorage(STORAGE_KIND_BUFFER, u"Setup");
-  Target->Size = 8;
-  Target->EditCopy = static_cast<UINT8 *>(AllocateZeroedPool(8));
-  Target->StoredCopy = static_cast<UINT8 *>(AllocateZeroedPool(8));
+  Storage *Target = NewBuffer(u"Setup", 8);
   for (auto [Offset, Width] : {std::pair<UINT16, UINT16>{0, 2}, {4, 3}}) {
     Statement Question = {};
     Question.Storage = Target;
@@ -288,10 +284,7 @@ TEST_F(ConfigStringTest, NamedValuesAndCommits) {
   EXPECT_EQ(TextOf(Node->Value), u"ABCD");
   EXPECT_NE(Node->Value, Node->EditValue);
 
-  Storage *Buffer = NewStorage(STORAGE_KIND_BUFFER, u"B");
-  Buffer->Size = 3;
-  Buffer->EditCopy = static_cast<UINT8 *>(AllocateZeroedPool(3));
-  Buffer->StoredCopy = static_cast<UINT8 *>(AllocateZeroedPool(3));
+  Storage *Buffer = NewBuffer(u"B", 3);
   Buffer->EditCopy[2] = 9;
   CommitEdits(Buffer);
   EXPECT_EQ(Buffer->StoredCopy[2], 9);
@@ -330,26 +323,21 @@ TEST_F(ConfigStringTest, APackageListIsFoundByItsDriversDevicePath) {
   IfrWriter W;
   W.FormSet(SetGuid(), S.Add(u"Found"), 0, {}, true).Form(1, 1, true).End().End();
   PublishedFormSet &Published = PublishSet(W, S);
+  auto Find = [&](const void *Path) {
+    return FindHiiHandleByDevicePath(HiiDatabase,
+                                     static_cast<const EFI_DEVICE_PATH_PROTOCOL *>(Path));
+  };
   const std::vector<uint8_t> &Path = Published.Driver->DevicePath();
-  EXPECT_EQ(FindHiiHandleByDevicePath(
-                HiiDatabase, reinterpret_cast<const EFI_DEVICE_PATH_PROTOCOL *>(Path.data())),
-            Published.Handle);
+  EXPECT_EQ(Find(Path.data()), Published.Handle);
   // The fixture's driver has a path but no package list.
-  EXPECT_EQ(FindHiiHandleByDevicePath(
-                HiiDatabase,
-                reinterpret_cast<const EFI_DEVICE_PATH_PROTOCOL *>(Driver->DevicePath().data())),
-            nullptr);
+  EXPECT_EQ(Find(Driver->DevicePath().data()), nullptr);
   // A path no handle bears, and a path that is only its end.
   std::vector<uint8_t> Stranger = Path;
   Stranger[8] ^= 0xFF;
-  EXPECT_EQ(FindHiiHandleByDevicePath(
-                HiiDatabase, reinterpret_cast<const EFI_DEVICE_PATH_PROTOCOL *>(Stranger.data())),
-            nullptr);
+  EXPECT_EQ(Find(Stranger.data()), nullptr);
   const UINT8 End[] = {END_DEVICE_PATH_TYPE, END_ENTIRE_DEVICE_PATH_SUBTYPE, 4, 0};
   EXPECT_EQ(DevicePathSize(reinterpret_cast<const EFI_DEVICE_PATH_PROTOCOL *>(End)), 4u);
-  EXPECT_EQ(FindHiiHandleByDevicePath(HiiDatabase,
-                                      reinterpret_cast<const EFI_DEVICE_PATH_PROTOCOL *>(End)),
-            nullptr);
+  EXPECT_EQ(Find(End), nullptr);
 }
 
 } // namespace

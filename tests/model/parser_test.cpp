@@ -2,6 +2,7 @@
 // conditions that nest, and the form sets that load beside a running SendForm.
 #include <cstdio>
 #include <iterator>
+#include <tuple>
 #include <vector>
 
 #include "model/ifr_parser.h"
@@ -25,12 +26,6 @@ constexpr UINT8 Unchecked = 0xFF;
 
 class ParserTest : public ModelTest {
 protected:
-  // The ConfigHdr the browser must build for a storage of the published form set.
-  std::u16string ExpectedHeader(const PublishedFormSet &Owner, const EFI_GUID &Guid,
-                                const std::u16string &Name) {
-    return ConfigHeaderOf(Guid, Name, Owner.Driver->DevicePath());
-  }
-
   // The prompts of a form's statements, in order.
   static std::vector<EFI_STRING_ID> Prompts(Form *Owner) {
     std::vector<EFI_STRING_ID> Out;
@@ -43,62 +38,41 @@ protected:
 
 TEST_F(ParserTest, EveryOpcodeRowFillsItsRecord) {
   Strings S;
-  EFI_STRING_ID Title = S.Add(u"Everything");
-  EFI_STRING_ID Help = S.Add(u"Set help");
-  EFI_STRING_ID FormTitle = S.Add(u"First form");
-  EFI_STRING_ID SecondTitle = S.Add(u"Second form");
-  EFI_STRING_ID Standard = S.Add(u"Standard");
-  EFI_STRING_ID Manufacturing = S.Add(u"Manufacturing");
-  EFI_STRING_ID ItemName = S.Add(u"Item");
-  EFI_STRING_ID VariableName = S.Add(u"Level");
-  EFI_STRING_ID P = S.Add(u"Prompt");
-  EFI_STRING_ID H = S.Add(u"Help");
-  EFI_STRING_ID T2 = S.Add(u"Second text");
+  EFI_STRING_ID Title = S.Add(u"Everything"), Help = S.Add(u"Set help");
+  EFI_STRING_ID FormTitle = S.Add(u"First form"), SecondTitle = S.Add(u"Second form");
+  EFI_STRING_ID Standard = S.Add(u"Standard"), Manufacturing = S.Add(u"Manufacturing");
+  EFI_STRING_ID ItemName = S.Add(u"Item"), VariableName = S.Add(u"Level");
+  EFI_STRING_ID P = S.Add(u"Prompt"), H = S.Add(u"Help"), T2 = S.Add(u"Second text");
 
   IfrWriter W;
-  W.FormSet(SetGuid(), Title, Help, {}, true);
-  W.ExtensionClass(0x1234);
-  W.ExtensionSubclass(0x0002);
+  W.FormSet(SetGuid(), Title, Help, {}, true).ExtensionClass(0x1234).ExtensionSubclass(0x0002);
   W.DefaultStore(Standard, EFI_HII_DEFAULT_CLASS_STANDARD);
   W.DefaultStore(Manufacturing, EFI_HII_DEFAULT_CLASS_MANUFACTURING);
-  W.VarStore(BufferGuid, 1, 32, "Setup");
-  W.VarStoreNameValue(2, NameValueGuid);
-  W.VarStoreEfi(3, VariableGuid, 7, 1, "Ignored");
-  W.Image(9);
+  W.VarStore(BufferGuid, 1, 32, "Setup").VarStoreNameValue(2, NameValueGuid);
+  W.VarStoreEfi(3, VariableGuid, 7, 1, "Ignored").Image(9);
   W.Form(1, FormTitle, true);
-  W.Subtitle(P, H, 0);
-  W.Text(P, H, T2);
-  W.Subtitle(P + 0, H, EFI_IFR_FLAGS_HORIZONTAL);
+  W.Subtitle(P, H, 0).Text(P, H, T2).Subtitle(P, H, EFI_IFR_FLAGS_HORIZONTAL);
   W.OneOf({P, H, 0x10, 1, 4, EFI_IFR_FLAG_CALLBACK}, EFI_IFR_NUMERIC_SIZE_2, 1, 9, 1, true);
   W.OneOfOption(P, 0, IfrValue::U16(1));
   W.OneOfOption(P, EFI_IFR_OPTION_DEFAULT, IfrValue::U16(2), true).Image(11).End();
-  W.Default(EFI_HII_DEFAULT_CLASS_MANUFACTURING, IfrValue::U16(2));
-  W.End();
+  W.Default(EFI_HII_DEFAULT_CLASS_MANUFACTURING, IfrValue::U16(2)).End();
   W.Numeric({P, H, 0x11, 1, 8, EFI_IFR_FLAG_READ_ONLY},
             EFI_IFR_NUMERIC_SIZE_4 | EFI_IFR_DISPLAY_UINT_HEX, 10, 1000, 5);
   W.Checkbox({P, H, 0x12, 1, 12, EFI_IFR_FLAG_RESET_REQUIRED}, EFI_IFR_CHECKBOX_DEFAULT);
   W.Password({P, H, 0x13, 1, 14, EFI_IFR_FLAG_CALLBACK}, 2, 8);
   W.String({P, H, 0x14, 2, ItemName, 0}, 1, 20, EFI_IFR_STRING_MULTI_LINE);
   W.OrderedList({P, H, 0x15, 1, 20, 0}, 3, EFI_IFR_UNIQUE_SET, true);
-  W.OneOfOption(P, 0, IfrValue::U8(7)).OneOfOption(P, 0, IfrValue::U8(8));
-  W.End();
-  W.Date({P, H, 0x16, 1, 24, 0}, 0);
-  W.Time({P, H, 0x17, 1, 28, 0}, QF_TIME_STORAGE_TIME);
+  W.OneOfOption(P, 0, IfrValue::U8(7)).OneOfOption(P, 0, IfrValue::U8(8)).End();
+  W.Date({P, H, 0x16, 1, 24, 0}, 0).Time({P, H, 0x17, 1, 28, 0}, QF_TIME_STORAGE_TIME);
   W.Action({P, H, 0x18, 0, 0, 0}, T2);
   W.ResetButton({P, H, 0x19, 0, 0, 0}, EFI_HII_DEFAULT_CLASS_MANUFACTURING);
   W.Ref({P, H, 0x1A, 0, 0, 0}, 2);
   W.Numeric({P, H, 0x1B, 3, VariableName, 0}, EFI_IFR_NUMERIC_SIZE_1, 0, 200, 0);
-  W.Refresh(5);
-  W.Locked();
-  W.End();
-  W.Form(2, SecondTitle, true);
-  W.Image(7);
-  W.Rule(3, true).True().End();
+  W.Refresh(5).Locked().End();
+  W.Form(2, SecondTitle, true).Image(7).Rule(3, true).True().End();
   // A question without storage.
-  W.Numeric({P, H, 0x20, 0, 0x44, 0}, EFI_IFR_NUMERIC_SIZE_8, 0, 9, 1);
-  W.End();
-  W.Form(3, SecondTitle, true).End();
-  W.End();
+  W.Numeric({P, H, 0x20, 0, 0x44, 0}, EFI_IFR_NUMERIC_SIZE_8, 0, 9, 1).End();
+  W.Form(3, SecondTitle, true).End().End();
 
   PublishedFormSet &Published = PublishSet(W, S);
   Published.Driver->AddBufferStorage(BufferGuid, u"Setup", std::vector<uint8_t>(32, 0));
@@ -130,27 +104,23 @@ TEST_F(ParserTest, EveryOpcodeRowFillsItsRecord) {
 
   // The storages, in IFR order, with their headers and requests.
   ASSERT_EQ(CountOf(&Set->StorageList), 3u);
-  Storage *Buffer = StorageAt(Set, 0);
-  Storage *NameValue = StorageAt(Set, 1);
-  Storage *Variable = StorageAt(Set, 2);
-  const struct {
-    Storage *Record;
-    UINT8 Kind;
-    EFI_VARSTORE_ID Id;
-    EFI_GUID Guid;
-  } Storages[] = {{Buffer, STORAGE_KIND_BUFFER, 1, BufferGuid},
-                  {NameValue, STORAGE_KIND_NAME_VALUE, 2, NameValueGuid},
-                  {Variable, STORAGE_KIND_EFI_VARIABLE, 3, VariableGuid}};
-  for (const auto &Each : Storages) {
-    EXPECT_EQ(Each.Record->Kind, Each.Kind);
-    EXPECT_EQ(Each.Record->VarStoreId, Each.Id);
-    EXPECT_TRUE(GuidIsEqual(&Each.Record->Guid, &Each.Guid)) << static_cast<int>(Each.Id);
+  Storage *Buffer = StorageAt(Set, 0), *NameValue = StorageAt(Set, 1),
+          *Variable = StorageAt(Set, 2);
+  const std::tuple<UINT8, EFI_GUID> Storages[] = {{STORAGE_KIND_BUFFER, BufferGuid},
+                                                  {STORAGE_KIND_NAME_VALUE, NameValueGuid},
+                                                  {STORAGE_KIND_EFI_VARIABLE, VariableGuid}};
+  for (size_t Index = 0; Index < 3; Index++) {
+    Storage *Record = StorageAt(Set, Index);
+    EXPECT_EQ(Record->Kind, std::get<0>(Storages[Index])) << Index;
+    EXPECT_EQ(Record->VarStoreId, Index + 1);
+    EXPECT_TRUE(GuidIsEqual(&Record->Guid, &std::get<1>(Storages[Index]))) << Index;
   }
   EXPECT_EQ(TextOf(Buffer->Name), u"Setup");
   EXPECT_EQ(Buffer->Size, 32);
   EXPECT_EQ(Host().Pool().SizeOf(Buffer->EditCopy), 32u);
   EXPECT_EQ(Host().Pool().SizeOf(Buffer->StoredCopy), 32u);
-  std::u16string BufferHeader = ExpectedHeader(Published, BufferGuid, u"Setup");
+  std::u16string BufferHeader =
+      ConfigHeaderOf(BufferGuid, u"Setup", Published.Driver->DevicePath());
   EXPECT_EQ(TextOf(Buffer->ConfigHdr), BufferHeader);
   // The password belongs to its driver, and the clock time to no storage.
   EXPECT_EQ(TextOf(Buffer->ConfigRequest),
@@ -160,7 +130,8 @@ TEST_F(ParserTest, EveryOpcodeRowFillsItsRecord) {
 
   EXPECT_EQ(NameValue->Name, nullptr);
   EXPECT_EQ(NameValue->EditCopy, nullptr);
-  std::u16string NameValueHeader = ExpectedHeader(Published, NameValueGuid, u"");
+  std::u16string NameValueHeader =
+      ConfigHeaderOf(NameValueGuid, u"", Published.Driver->DevicePath());
   EXPECT_EQ(TextOf(NameValue->ConfigHdr), NameValueHeader);
   EXPECT_EQ(TextOf(NameValue->ConfigRequest), NameValueHeader + u"&Item");
   EXPECT_EQ(NameValue->ElementCount, 1u);
@@ -184,9 +155,7 @@ TEST_F(ParserTest, EveryOpcodeRowFillsItsRecord) {
     UINT8 Opcode;
     EFI_QUESTION_ID Id;
     EFI_STRING_ID Prompt;
-    UINT8 Flags;
-    UINT8 QuestionFlags;
-    UINT8 Type;
+    UINT8 Flags, QuestionFlags, Type;
     UINT16 Bytes;
     Storage *Where;
     UINT64 Minimum = 0, Maximum = 0, Step = 0;
@@ -223,23 +192,18 @@ TEST_F(ParserTest, EveryOpcodeRowFillsItsRecord) {
   for (size_t Index = 0; Index < std::size(Rows); Index++) {
     const Row &Each = Rows[Index];
     Statement *Record = StatementAt(One, Index);
-    EXPECT_EQ(Record->Opcode, Each.Opcode) << Index;
-    EXPECT_EQ(Record->QuestionId, Each.Id) << Index;
-    EXPECT_EQ(Record->Prompt, Each.Prompt) << Index;
-    EXPECT_EQ(Record->Help, H) << Index;
-    EXPECT_EQ(Record->Flags, Each.Flags) << Index;
-    EXPECT_EQ(Record->QuestionFlags, Each.QuestionFlags) << Index;
+    UINTN Held = Record->ValueBuffer == nullptr ? 0 : Host().Pool().SizeOf(Record->ValueBuffer);
+    EXPECT_EQ(std::tuple(Record->Opcode, Record->QuestionId, Record->Prompt, Record->Help,
+                         Record->Flags, Record->QuestionFlags, Record->ValueBytes, Record->Storage),
+              std::tuple(Each.Opcode, Each.Id, Each.Prompt, H, Each.Flags, Each.QuestionFlags,
+                         Each.Bytes, Each.Where))
+        << Index;
+    EXPECT_EQ(std::tuple(Record->Minimum, Record->Maximum, Record->Step, Held),
+              std::tuple(Each.Minimum, Each.Maximum, Each.Step, Each.Held))
+        << Index;
     if (Each.Type != Unchecked) {
       EXPECT_EQ(Record->Value.Type, Each.Type) << Index;
     }
-    EXPECT_EQ(Record->ValueBytes, Each.Bytes) << Index;
-    EXPECT_EQ(Record->Storage, Each.Where) << Index;
-    EXPECT_EQ((std::vector<UINT64>{Record->Minimum, Record->Maximum, Record->Step}),
-              (std::vector<UINT64>{Each.Minimum, Each.Maximum, Each.Step}))
-        << Index;
-    EXPECT_EQ(Record->ValueBuffer == nullptr ? 0 : Host().Pool().SizeOf(Record->ValueBuffer),
-              Each.Held)
-        << Index;
   }
   EXPECT_EQ(StatementAt(One, 1)->TextTwo, T2);
   EXPECT_EQ(NumberOf(StatementAt(One, 1)->Value), 0u);
@@ -343,14 +307,11 @@ TEST_F(ParserTest, ActionsTakeTheirConfigurationAndTheKeyRangeRunsIntoTheNextPar
   Strings S;
   EFI_STRING_ID Config = S.Add(u"Config");
   FormSet *Set = LoadForm(S, [&](IfrWriter &W) {
-    W.Action({1, 2, 0x40, 0, 0, 0}, std::nullopt);
-    W.ActionKeyBegin();
+    W.Action({1, 2, 0x40, 0, 0, 0}, std::nullopt).ActionKeyBegin();
     W.Action({1, 2, 0x41, 0, 0, 0}, Config);
     // Only actions take the mark.
-    W.Checkbox({1, 2, 0x42, 0, 0, 0});
-    W.ActionKeyEnd();
-    W.Action({1, 2, 0x43, 0, 0, 0}, std::nullopt);
-    W.ActionKeyBegin();
+    W.Checkbox({1, 2, 0x42, 0, 0, 0}).ActionKeyEnd();
+    W.Action({1, 2, 0x43, 0, 0, 0}, std::nullopt).ActionKeyBegin();
   });
   ASSERT_NE(Set, nullptr);
   EXPECT_EQ(QuestionById(Set, 0x40)->QuestionConfig, 0) << "a short action has no string";
@@ -379,14 +340,12 @@ TEST_F(ParserTest, ActionsTakeTheirConfigurationAndTheKeyRangeRunsIntoTheNextPar
 TEST_F(ParserTest, OpcodesThatAreSteppedOver) {
   Strings S;
   IfrWriter W;
-  W.FormSet(SetGuid(), S.Add(u"Set"), 0, {}, true);
-  W.ExtensionLabel(0x1111);
+  W.FormSet(SetGuid(), S.Add(u"Set"), 0, {}, true).ExtensionLabel(0x1111);
   W.Guid(kit::IFR_VENDOR_EXTENSION_GUID, {kit::IFR_EXTEND_OP_BANNER, 0x22, 0x22});
   W.Guid(kit::IFR_VENDOR_EXTENSION_GUID, {kit::IFR_EXTEND_OP_TIMEOUT, 0x33, 0x33});
   // A foreign GUID with a long body is stepped over by its length.
   W.Guid(TestGuid(0xEE), std::vector<uint8_t>(90, EFI_IFR_END_OP));
-  W.Form(1, 1, true).Text(1, 2).End();
-  W.End();
+  W.Form(1, 1, true).Text(1, 2).End().End();
   size_t EndOfSet = W.Bytes().size();
   W.Form(2, 1, true).Text(1, 2).Subtitle(1, 2).True().End();
   FormSet *Set = Load(W, S);
@@ -406,20 +365,13 @@ TEST_F(ParserTest, OpcodesThatAreSteppedOver) {
 TEST_F(ParserTest, UnknownScopedOpcodesHaveTheirContentParsed) {
   Strings S;
   IfrWriter W;
-  W.FormSet(SetGuid(), S.Add(u"Set"), 0, {}, true);
-  W.Form(1, 1, true);
-  W.Raw(0x70, {1, 2, 3}, true);
-  W.Text(1, 2);
-  W.Raw(EFI_IFR_LOCKED_OP, {}, true);
-  W.Checkbox({1, 2, 0x60, 0, 0, 0});
-  W.End();
-  W.End();
+  W.FormSet(SetGuid(), S.Add(u"Set"), 0, {}, true).Form(1, 1, true);
+  W.Raw(0x70, {1, 2, 3}, true).Text(1, 2);
+  W.Raw(EFI_IFR_LOCKED_OP, {}, true).Checkbox({1, 2, 0x60, 0, 0, 0}).End().End();
   W.VarStoreDevice(1, true).Text(3, 4).End();
   // A subtitle's scope holds statements of the form like any other.
   W.Subtitle(9, 0, 0, true).End();
-  W.ModalTag();
-  W.Text(5, 6);
-  W.End().End();
+  W.ModalTag().Text(5, 6).End().End();
   size_t EndOfSet = W.Bytes().size();
   // Parsed, a statement outside any form would fail the load: only a balanced scope stack
   // lets the form set's END end the walk before it.
@@ -513,10 +465,8 @@ TEST_F(ParserTest, DisableIfAtFormSetLevel) {
     W.Form(3, S.Add(u"First"), true).Checkbox({1, 2, 0x30, 0, 0, 0}).End();
     W.DisableIf(true);
     Each.Condition(W);
-    W.Form(2, S.Add(u"Disabled or not"), true).Text(1, 2).End();
-    W.End();
-    W.Form(1, S.Add(u"Kept"), true).Text(1, 2).End();
-    W.End();
+    W.Form(2, S.Add(u"Disabled or not"), true).Text(1, 2).End().End();
+    W.Form(1, S.Add(u"Kept"), true).Text(1, 2).End().End();
     PublishedFormSet &Published = PublishSet(W, S);
     FormSet *Set = nullptr;
     EXPECT_EQ(LoadSet(Published.Handle, SetGuid(), &Set), Each.Status) << Each.Name;
@@ -536,29 +486,24 @@ TEST_F(ParserTest, SuppressAndGrayOutBindWhatTheirScopeHolds) {
     W.OneOf({1, 2, 0x70, 0, 0, 0}, 0, 0, 9, 1, true);
     W.OneOfOption(3, 0, IfrValue::U8(0));
     W.SuppressIf(true).EqIdVal(0x70, 1).OneOfOption(4, 0, IfrValue::U8(1)).End();
-    W.OneOfOption(5, 0, IfrValue::U8(2));
-    W.End();
+    W.OneOfOption(5, 0, IfrValue::U8(2)).End();
     // Around a one-of: the statement, not its options.
     W.SuppressIf(true).True();
     W.OneOf({1, 2, 0x71, 0, 0, 0}, 0, 0, 9, 1, true).OneOfOption(6, 0, IfrValue::U8(0)).End();
-    W.End();
-    W.Text(7, 0);
+    W.End().Text(7, 0);
     // Gray-out binds statements the same way.
     W.GrayOutIf(true).True().Checkbox({1, 2, 0x72, 0, 0, 0}).End();
     // A numeric with options in its scope opens no option scope.
     W.Numeric({1, 2, 0x73, 0, 0, 0}, 0, 0, 9, 1, true);
     W.SuppressIf(true).True().OneOfOption(8, 0, IfrValue::U8(0)).End();
-    W.End();
-    W.Text(9, 0);
+    W.End().Text(9, 0);
     // An inner condition ends the outer one for what follows it.
     W.SuppressIf(true).True().Text(11, 0);
     W.SuppressIf(true).False().Text(12, 0).End();
-    W.Text(13, 0);
-    W.End();
+    W.Text(13, 0).End();
     W.GrayOutIf(true).True().Text(14, 0);
     W.GrayOutIf(true).False().Text(15, 0).End();
-    W.Text(16, 0);
-    W.End();
+    W.Text(16, 0).End();
   });
   ASSERT_NE(Set, nullptr);
   Form *One = FormAt(Set, 0);
@@ -615,8 +560,7 @@ TEST_F(ParserTest, ExpressionsOfEveryKindJoinTheirOwners) {
     W.End();
     W.End();
     W.Numeric({1, 2, 0x81, 0, 0, 0}, EFI_IFR_NUMERIC_SIZE_1, 0, 9, 1, true);
-    W.Value(true).QuestionRef1(0x80).End();
-    W.End();
+    W.Value(true).QuestionRef1(0x80).End().End();
     W.Rule(9, true).This().End();
   });
   ASSERT_NE(Set, nullptr);
@@ -743,8 +687,7 @@ TEST_F(ParserTest, OptionAndDefaultValuesAreNormalised) {
     W.OneOfOption(3, 0, IfrValue::Raw(EFI_IFR_TYPE_TIME, {1, 2, 3, 4, 5, 6, 7, 8}));
     W.OneOfOption(3, 0, IfrValue::Raw(EFI_IFR_TYPE_STRING, {9, 0, 3, 4, 5, 6, 7, 8}));
     W.Default(0, IfrValue::Raw(EFI_IFR_TYPE_NUM_SIZE_16, {1, 2, 3, 4, 5, 6, 7, 8}));
-    W.Default(1, IfrValue::Raw(EFI_IFR_TYPE_DATE, {1, 2, 3, 4, 5, 6, 7, 8}));
-    W.End();
+    W.Default(1, IfrValue::Raw(EFI_IFR_TYPE_DATE, {1, 2, 3, 4, 5, 6, 7, 8})).End();
   });
   ASSERT_NE(Set, nullptr);
   Statement *Question = QuestionById(Set, 0x90);
@@ -763,10 +706,8 @@ TEST_F(ParserTest, NameValueQuestionsEachMakeANodeAndLongNamesAreCutInTheRequest
   const std::u16string LongName = u"ABCDEFGHIJKLMNOPQRSTUVWXYZ0123456789";
   EFI_STRING_ID Long = S.Add(LongName);
   IfrWriter W;
-  W.FormSet(SetGuid(), S.Add(u"Set"), 0, {}, true);
-  W.VarStoreNameValue(2, NameValueGuid);
-  W.VarStore(BufferGuid, 1, 4, "Empty");
-  W.Form(1, 1, true);
+  W.FormSet(SetGuid(), S.Add(u"Set"), 0, {}, true).VarStoreNameValue(2, NameValueGuid);
+  W.VarStore(BufferGuid, 1, 4, "Empty").Form(1, 1, true);
   W.Numeric({1, 2, 0x10, 2, Short, 0}, EFI_IFR_NUMERIC_SIZE_2, 0, 9, 1);
   W.Numeric({1, 2, 0x11, 2, Short, 0}, EFI_IFR_NUMERIC_SIZE_2, 0, 9, 1);
   W.Checkbox({1, 2, 0x12, 2, Long, 0});
@@ -778,8 +719,9 @@ TEST_F(ParserTest, NameValueQuestionsEachMakeANodeAndLongNamesAreCutInTheRequest
   ASSERT_EQ(LoadSet(Published.Handle, SetGuid(), &Set), EFI_SUCCESS);
   Storage *NameValue = StorageAt(Set, 0);
   EXPECT_EQ(CountOf(&NameValue->NameValues), 3u) << "two questions of one name make two nodes";
-  EXPECT_EQ(TextOf(NameValue->ConfigRequest), ExpectedHeader(Published, NameValueGuid, u"") +
-                                                  u"&Speed&Speed&ABCDEFGHIJKLMNOPQRSTUVWXYZ01");
+  EXPECT_EQ(TextOf(NameValue->ConfigRequest),
+            ConfigHeaderOf(NameValueGuid, u"", Published.Driver->DevicePath()) +
+                u"&Speed&Speed&ABCDEFGHIJKLMNOPQRSTUVWXYZ01");
   EXPECT_EQ(NameValue->ElementCount, 3u);
   EXPECT_EQ(TextOf(QuestionById(Set, 0x12)->ItemName), LongName);
   EXPECT_EQ(TextOf(NameValueNodeFromLink(NameValue->NameValues.Back)->Name), LongName);
@@ -795,8 +737,7 @@ TEST_F(ParserTest, ManyQuestionsGrowTheRequestWithoutLosingAnElement) {
   Strings S;
   IfrWriter W;
   W.FormSet(SetGuid(), S.Add(u"Set"), 0, {}, true);
-  W.VarStore(BufferGuid, 1, 0x800, "Big");
-  W.Form(1, 1, true);
+  W.VarStore(BufferGuid, 1, 0x800, "Big").Form(1, 1, true);
   for (UINT16 Index = 0; Index < 300; Index++) {
     W.Checkbox({1, 2, static_cast<EFI_QUESTION_ID>(0x100 + Index), 1, Index, 0});
   }
@@ -806,7 +747,7 @@ TEST_F(ParserTest, ManyQuestionsGrowTheRequestWithoutLosingAnElement) {
   FormSet *Set = nullptr;
   ASSERT_EQ(LoadSet(Published.Handle, SetGuid(), &Set), EFI_SUCCESS);
   Storage *Big = StorageAt(Set, 0);
-  std::u16string Expected = ExpectedHeader(Published, BufferGuid, u"Big");
+  std::u16string Expected = ConfigHeaderOf(BufferGuid, u"Big", Published.Driver->DevicePath());
   for (UINT16 Index = 0; Index < 300; Index++) {
     char Element[40];
     snprintf(Element, sizeof(Element), "&OFFSET=%x&WIDTH=1", Index);

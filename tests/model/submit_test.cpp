@@ -36,8 +36,7 @@ IfrWriter FirstForms(Strings &S) {
   W.Form(1, S.Add(u"Main"), true);
   W.Numeric({S.Add(u"Number"), 0, 0x10, 1, 0, 0}, EFI_IFR_NUMERIC_SIZE_2, 0, 0xFFFF, 1);
   W.Numeric({S.Add(u"Level"), 0, 0x11, 3, Level, 0}, EFI_IFR_NUMERIC_SIZE_1, 0, 0xFF, 1);
-  W.End();
-  W.End();
+  W.End().End();
   return W;
 }
 
@@ -50,14 +49,11 @@ IfrWriter SecondForms(Strings &S) {
   W.Form(1, S.Add(u"Front"), true);
   W.Numeric({S.Add(u"Front number"), 0, 0x20, 1, 0, 0}, EFI_IFR_NUMERIC_SIZE_1, 0, 0xFF, 1, true);
   W.NoSubmitIf(Refused, true).EqIdVal(0x20, 7).End();
-  W.End();
-  W.End();
+  W.End().End(); // the question, the form
   W.Form(2, S.Add(u"Back"), true);
   W.Numeric({S.Add(u"Back number"), 0, 0x21, 1, 1, 0}, EFI_IFR_NUMERIC_SIZE_1, 0, 0xFF, 1, true);
   W.NoSubmitIf(Refused, true).EqIdVal(0x21, 7).End();
-  W.End();
-  W.End();
-  W.End();
+  W.End().End().End(); // the question, the form, the form set
   return W;
 }
 
@@ -79,6 +75,9 @@ protected:
     SecondSet = Loaded(Second->Handle);
     ASSERT_NE(FirstSet, nullptr);
     ASSERT_NE(SecondSet, nullptr);
+    // Route counts from here on.
+    First->Driver->RouteCount = 0;
+    Second->Driver->RouteCount = 0;
   }
 
   FormSet *Loaded(EFI_HII_HANDLE Handle) {
@@ -91,20 +90,22 @@ protected:
     return nullptr;
   }
 
-  // An edit as the form loop makes it: a new value written into the edit side.
-  void Edit(FormSet *Set, EFI_QUESTION_ID Id, UINT64 Value) {
+  // An edit as the form loop makes it: a new value written into the edit side, on the form at
+  // FormIndex that holds the question.
+  void Edit(FormSet *Set, EFI_QUESTION_ID Id, UINT64 Value, size_t FormIndex = 0) {
     Statement *Question = QuestionById(Set, Id);
     Question->Value = MakeValue(Question->Value.Type, Value);
-    Form *Owner = nullptr;
-    LIST_FOR_EACH(Link, &Set->FormList) {
-      Form *Candidate = FormFromLink(Link);
-      LIST_FOR_EACH(StatementLink, &Candidate->StatementList) {
-        if (StatementFromLink(StatementLink) == Question) {
-          Owner = Candidate;
-        }
-      }
-    }
-    ASSERT_EQ(WriteQuestionValue(Set, Owner, Question), EFI_SUCCESS);
+    ASSERT_EQ(WriteQuestionValue(Set, FormAt(Set, FormIndex), Question), EFI_SUCCESS);
+  }
+
+  // The first form set alone, on a driver whose configuration services the test scripts.
+  FormSet *SendOn(ScriptedDriver &Driver) {
+    Strings S;
+    IfrWriter W = FirstForms(S);
+    EFI_HII_HANDLE Handle = PublishOn(Driver.Handle(), W, S, FirstGuid);
+    Send({Handle});
+    EXPECT_TRUE(Waiting()) << ScreenText();
+    return Loaded(Handle);
   }
 
   PublishedFormSet *First = nullptr;
@@ -127,8 +128,6 @@ TEST_F(SubmitTest, EveryStorageThatAQuestionUsesGoesToItsDriver) {
   Storage *Data = StorageAt(FirstSet, 0);
   EXPECT_EQ(Data->StoredCopy[0], 0x11);
 
-  First->Driver->RouteCount = 0;
-  Second->Driver->RouteCount = 0;
   ASSERT_EQ(RunDriver([] { return SubmitAll(); }), EFI_SUCCESS);
   EXPECT_TRUE(Notices.empty());
   EXPECT_EQ(First->Driver->RouteCount, 1u) << "the unused buffer and the variable stay out";
@@ -142,9 +141,7 @@ TEST_F(SubmitTest, EveryStorageThatAQuestionUsesGoesToItsDriver) {
 TEST_F(SubmitTest, ANoSubmitRuleStopsEverythingAfterItsForm) {
   SendBoth();
   Edit(FirstSet, 0x10, 0x0102);
-  Edit(SecondSet, 0x21, 7);
-  First->Driver->RouteCount = 0;
-  Second->Driver->RouteCount = 0;
+  Edit(SecondSet, 0x21, 7, 1);
   ASSERT_EQ(RunDriver([] { return SubmitAll(); }), EFI_NOT_READY);
   ASSERT_EQ(Notices.size(), 1u);
   EXPECT_NE(Notices[0].find("Seven is refused"), std::string::npos) << Notices[0];
@@ -224,14 +221,10 @@ TEST_F(SubmitTest, DiscardLoadsEveryFormSetAgain) {
 }
 
 TEST_F(SubmitTest, ADriverThatStopsPartwayIsReportedWithSuccess) {
-  Strings S;
-  IfrWriter W = FirstForms(S);
   ScriptedDriver Driver(Boot(), true);
-  EFI_HII_HANDLE Handle = PublishOn(Driver.Handle(), W, S, FirstGuid);
   Driver.NoResult = true;
-  Send({Handle});
-  ASSERT_TRUE(Waiting()) << ScreenText();
-  FormSet *Set = Loaded(Handle);
+  FormSet *Set = SendOn(Driver);
+  ASSERT_NE(Set, nullptr);
   Edit(Set, 0x10, 0x0102);
   Driver.LeftUntaken = 5;
   ASSERT_EQ(RunDriver([] { return SubmitAll(); }), EFI_SUCCESS);
@@ -255,13 +248,9 @@ TEST_F(SubmitTest, ADriverThatStopsPartwayIsReportedWithSuccess) {
 }
 
 TEST_F(SubmitTest, AFormSetWithoutConfigurationServicesOnlyCommits) {
-  Strings S;
-  IfrWriter W = FirstForms(S);
   ScriptedDriver Driver(Boot(), false);
-  EFI_HII_HANDLE Handle = PublishOn(Driver.Handle(), W, S, FirstGuid);
-  Send({Handle});
-  ASSERT_TRUE(Waiting()) << ScreenText();
-  FormSet *Set = Loaded(Handle);
+  FormSet *Set = SendOn(Driver);
+  ASSERT_NE(Set, nullptr);
   EXPECT_EQ(Set->ConfigAccess, nullptr);
   Edit(Set, 0x10, 0x0304);
   Storage *Data = StorageAt(Set, 0);
