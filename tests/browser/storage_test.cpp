@@ -2,6 +2,8 @@
 // replies with alternative configurations, passwords a driver checks itself, name-value texts,
 // and questions on EFI variables carried from one SendForm to the next.
 #include <cstring>
+#include <functional>
+#include <map>
 
 #include "core/browser_context.h"
 #include "tests/browser/browser_fixture.h"
@@ -27,6 +29,24 @@ enum : EFI_QUESTION_ID {
 class StorageTest : public BrowserTest {
 protected:
   PublishedFormSet *Set = nullptr;
+
+  // A form set whose one form Body writes, on a name/value store 1 that holds Values.
+  std::map<std::u16string, std::u16string> &
+  PublishNamed(const std::function<void(IfrWriter &, Strings &, EFI_STRING_ID Title)> &Body,
+               std::map<std::u16string, std::u16string> Values) {
+    Strings S;
+    EFI_STRING_ID Title = S.Add(u"Named");
+    IfrWriter W;
+    W.FormSet(SetGuid, Title, S.Add(u"Help"), {}, true);
+    W.VarStoreNameValue(1, SetGuid);
+    W.Form(1, Title, true);
+    Body(W, S, Title);
+    W.End().End();
+    Set = &Publish(W, S, SetGuid);
+    Set->Driver->AddNameValueStorage(SetGuid);
+    *Set->Driver->NameValues(SetGuid) = std::move(Values);
+    return *Set->Driver->NameValues(SetGuid);
+  }
 };
 
 TEST_F(StorageTest, AReplyWithAlternativeConfigurationsFillsABufferStorage) {
@@ -55,27 +75,19 @@ TEST_F(StorageTest, AReplyWithAlternativeConfigurationsFillsABufferStorage) {
 TEST_F(StorageTest, NameValueTextsReachTheirQuestionsAndOnlyTheirsGoBack) {
   // A password that its driver checks never travels through the storage; a 64-bit number whose
   // default is a string id still reads its text as value digits.
-  Strings S;
-  EFI_STRING_ID Title = S.Add(u"Named");
-  IfrWriter W;
-  W.FormSet(SetGuid, Title, S.Add(u"Help"), {}, true);
-  W.VarStoreNameValue(1, SetGuid);
-  W.Form(1, Title, true);
-  W.Numeric({S.Add(u"Speed"), S.Add(u"A number"), Speed, 1, S.Add(u"SpeedName"), 0},
-            EFI_IFR_NUMERIC_SIZE_1, 0, 99, 1);
-  W.Password({S.Add(u"Secret"), S.Add(u"Checked by the driver"), Secret, 1, S.Add(u"SecretName"),
-              EFI_IFR_FLAG_CALLBACK},
-             0, 8);
-  W.Numeric({S.Add(u"Wide"), S.Add(u"Eight bytes"), Wide, 1, S.Add(u"WideName"), 0},
-            EFI_IFR_NUMERIC_SIZE_8, 0, 0xFFFF, 0, true);
-  W.Default(EFI_HII_DEFAULT_CLASS_STANDARD, IfrValue::String(Title));
-  W.End();
-  W.End().End();
-  Set = &Publish(W, S, SetGuid);
-  Set->Driver->AddNameValueStorage(SetGuid);
-  std::map<std::u16string, std::u16string> &Values = *Set->Driver->NameValues(SetGuid);
-  Values[u"SpeedName"] = u"07";
-  Values[u"WideName"] = u"0010";
+  std::map<std::u16string, std::u16string> &Values = PublishNamed(
+      [](IfrWriter &W, Strings &S, EFI_STRING_ID Title) {
+        W.Numeric({S.Add(u"Speed"), S.Add(u"A number"), Speed, 1, S.Add(u"SpeedName"), 0},
+                  EFI_IFR_NUMERIC_SIZE_1, 0, 99, 1);
+        W.Password({S.Add(u"Secret"), S.Add(u"Checked by the driver"), Secret, 1,
+                    S.Add(u"SecretName"), EFI_IFR_FLAG_CALLBACK},
+                   0, 8);
+        W.Numeric({S.Add(u"Wide"), S.Add(u"Eight bytes"), Wide, 1, S.Add(u"WideName"), 0},
+                  EFI_IFR_NUMERIC_SIZE_8, 0, 0xFFFF, 0, true);
+        W.Default(EFI_HII_DEFAULT_CLASS_STANDARD, IfrValue::String(Title));
+        W.End();
+      },
+      {{u"SpeedName", u"07"}, {u"WideName", u"0010"}});
   SendAndWait({Set->Handle});
   UINT64 WideValue = 0;
   std::memcpy(&WideValue, Question(Wide)->Value.Value, sizeof(WideValue));
@@ -89,23 +101,17 @@ TEST_F(StorageTest, NameValueTextsReachTheirQuestionsAndOnlyTheirsGoBack) {
 // A refreshing question on name/value storage is read again each second: its text in the
 // storage, then the driver's Retrieve answer, which is what shows.
 TEST_F(StorageTest, ARefreshingNameValueQuestionShowsWhatTheDriverRetrieves) {
-  Strings S;
-  EFI_STRING_ID Title = S.Add(u"Named");
-  IfrWriter W;
-  W.FormSet(SetGuid, Title, S.Add(u"Help"), {}, true);
-  W.VarStoreNameValue(1, SetGuid);
-  W.Form(1, Title, true);
-  W.Text(S.Add(u"A line"), S.Add(u"Not a question"));
-  W.Numeric({S.Add(u"Fan"), S.Add(u"Turns"), Speed, 1, S.Add(u"FanName"), EFI_IFR_FLAG_CALLBACK},
+  PublishNamed(
+      [](IfrWriter &W, Strings &S, EFI_STRING_ID) {
+        W.Text(S.Add(u"A line"), S.Add(u"Not a question"));
+        W.Numeric(
+            {S.Add(u"Fan"), S.Add(u"Turns"), Speed, 1, S.Add(u"FanName"), EFI_IFR_FLAG_CALLBACK},
             EFI_IFR_NUMERIC_SIZE_1, 0, 99, 1, true);
-  W.Refresh(1);
-  W.End();
-  W.Checkbox({S.Add(u"Quiet"), S.Add(u"Takes the highlight"), Wide, 1, S.Add(u"QuietName"), 0});
-  W.End().End();
-  Set = &Publish(W, S, SetGuid);
-  Set->Driver->AddNameValueStorage(SetGuid);
-  (*Set->Driver->NameValues(SetGuid))[u"FanName"] = u"05";
-  (*Set->Driver->NameValues(SetGuid))[u"QuietName"] = u"00";
+        W.Refresh(1).End();
+        W.Checkbox(
+            {S.Add(u"Quiet"), S.Add(u"Takes the highlight"), Wide, 1, S.Add(u"QuietName"), 0});
+      },
+      {{u"FanName", u"05"}, {u"QuietName", u"00"}});
   UINT8 Turns = 40;
   Set->Driver->OnCallback = [&](EFI_BROWSER_ACTION Action, EFI_QUESTION_ID, UINT8,
                                 EFI_IFR_TYPE_VALUE *Value, EFI_BROWSER_ACTION_REQUEST *) {
