@@ -17,8 +17,6 @@ namespace morvane::test {
 namespace {
 
 using kit::IfrValue;
-using kit::IfrWriter;
-using kit::Strings;
 
 constexpr EFI_VARSTORE_ID Store = 1;
 
@@ -53,35 +51,25 @@ protected:
   // A main page with a numeric, a checkbox, a language question and the action question, and
   // a second tab on the notified page with a checkbox of its own storage.
   void PublishWorld(UINT16 SubClass = 0) {
-    Strings S;
-    EFI_STRING_ID Title = S.Add(u"Main");
-    EFI_STRING_ID Help = S.Add(u"The main page");
-    IfrWriter W;
-    W.FormSet(MainGuid, Title, Help, {}, true);
+    FormSetBuilder F(MainGuid, u"Main", u"The main page");
     if (SubClass != 0) {
-      W.ExtensionSubclass(SubClass);
+      F.ExtensionSubclass(SubClass);
     }
-    W.VarStore(MainGuid, Store, 8, "Setup");
-    W.Form(1, Title, true);
-    W.Numeric({S.Add(u"Fan Speed"), S.Add(u"How fast the fan turns"), FanSpeed, Store, 0, 0},
+    F.BufferStore(Store, "Setup", std::vector<uint8_t>(8, 0)).Form();
+    F.Numeric(F.Question(u"Fan Speed", u"How fast the fan turns", FanSpeed, Store, 0),
               EFI_IFR_NUMERIC_SIZE_1, 0, 20, 1, true);
-    W.Default(EFI_HII_DEFAULT_CLASS_STANDARD, IfrValue::U8(5));
-    W.Default(EXTRA_DEFAULT_STORE_ID, IfrValue::U8(9));
-    W.End();
-    W.Checkbox({S.Add(u"Turbo"), S.Add(u"Runs faster"), Turbo, Store, 1, 0},
-               EFI_IFR_CHECKBOX_DEFAULT);
-    W.OneOf({S.Add(u"Language"), S.Add(u"The language of setup"), Language, Store, 2,
-             EFI_IFR_FLAG_CALLBACK},
+    F.Default(EFI_HII_DEFAULT_CLASS_STANDARD, IfrValue::U8(5));
+    F.Default(EXTRA_DEFAULT_STORE_ID, IfrValue::U8(9));
+    F.End();
+    F.Checkbox(F.Question(u"Turbo", u"Runs faster", Turbo, Store, 1), EFI_IFR_CHECKBOX_DEFAULT);
+    F.OneOf(F.Question(u"Language", u"The language of setup", Language, Store, 2,
+                       EFI_IFR_FLAG_CALLBACK),
             EFI_IFR_NUMERIC_SIZE_1, 0, 1, 0, true);
-    W.OneOfOption(S.Add(u"English"), EFI_IFR_OPTION_DEFAULT, IfrValue::U8(0));
-    W.OneOfOption(S.Add(u"French"), 0, IfrValue::U8(1));
-    W.End();
-    W.Action({S.Add(u"Run Request"), S.Add(u"Asks the browser for an action"), Trigger, 0, 0,
-              EFI_IFR_FLAG_CALLBACK},
-             S.Add(u"Go"));
-    W.End().End();
-    Main = &PublishTab(W, S, MainGuid, gDefaultPageGuids[0], Title, Help);
-    Main->Driver->AddBufferStorage(MainGuid, u"Setup", std::vector<uint8_t>(8, 0));
+    F.OneOfOption(F.StringId(u"English"), EFI_IFR_OPTION_DEFAULT, IfrValue::U8(0));
+    F.OneOfOption(F.StringId(u"French"), 0, IfrValue::U8(1));
+    F.End();
+    F.ActionWithCallback(u"Run Request", u"Asks the browser for an action", Trigger);
+    Main = &PublishTab(F, gDefaultPageGuids[0]);
     Main->Driver->OnCallback = [this](EFI_BROWSER_ACTION Action, EFI_QUESTION_ID Question, UINT8,
                                       EFI_IFR_TYPE_VALUE *Value,
                                       EFI_BROWSER_ACTION_REQUEST *Request) {
@@ -97,18 +85,11 @@ protected:
       return EFI_SUCCESS;
     };
 
-    Strings P;
-    EFI_STRING_ID PageTitle = P.Add(u"Page");
-    EFI_STRING_ID PageHelp = P.Add(u"The notified page");
-    IfrWriter PW;
-    PW.FormSet(PageGuid, PageTitle, PageHelp, {}, true);
-    PW.VarStore(PageGuid, Store, 2, "Page");
-    PW.Form(1, PageTitle, true);
-    PW.Checkbox({P.Add(u"Page Switch"), P.Add(u"A switch of the page"), PageSwitch, Store, 0, 0},
-                EFI_IFR_CHECKBOX_DEFAULT);
-    PW.End().End();
-    Page = &PublishTab(PW, P, PageGuid, gNotifiedPageProtocolGuid, PageTitle, PageHelp);
-    Page->Driver->AddBufferStorage(PageGuid, u"Page", std::vector<uint8_t>(2, 0));
+    FormSetBuilder P(PageGuid, u"Page", u"The notified page");
+    P.BufferStore(Store, "Page", std::vector<uint8_t>(2, 0)).Form();
+    P.Checkbox(P.Question(u"Page Switch", u"A switch of the page", PageSwitch, Store, 0),
+               EFI_IFR_CHECKBOX_DEFAULT);
+    Page = &PublishTab(P, gNotifiedPageProtocolGuid);
     Page->Driver->OnCallback = [this](EFI_BROWSER_ACTION Action, EFI_QUESTION_ID Question, UINT8,
                                       EFI_IFR_TYPE_VALUE *, EFI_BROWSER_ACTION_REQUEST *) {
       if (Question == 0) {
@@ -520,36 +501,30 @@ protected:
 
   // Questions and a form behind the security opcode of each level, and a plain checkbox.
   void PublishGuarded() {
-    Strings S;
-    EFI_STRING_ID Title = S.Add(u"Security");
-    IfrWriter W;
-    W.FormSet(TestGuid(5), Title, S.Add(u"Guarded settings"), {}, true);
-    W.VarStore(TestGuid(5), Store, 8, "Guarded");
-    W.Form(1, Title, true);
-    W.Checkbox({S.Add(u"Plain Setting"), S.Add(u"For everybody"), Plain, Store, 0, 0},
+    FormSetBuilder F(TestGuid(5), u"Security", u"Guarded settings");
+    F.BufferStore(Store, "Guarded", std::vector<uint8_t>(8, 0)).Form();
+    F.Checkbox(F.Question(u"Plain Setting", u"For everybody", Plain, Store, 0),
                EFI_IFR_CHECKBOX_DEFAULT);
-    W.SuppressIf(true).Security(gEfiUserInfoAccessSetupAdminGuid).Not();
-    W.Checkbox({S.Add(u"Admin Only"), S.Add(u"Hidden from others"), AdminOnly, Store, 1, 0});
-    W.Ref({S.Add(u"Admin Form"), S.Add(u"A form for administrators"), AdminForm, 0, 0, 0}, 2);
-    W.End();
-    W.GrayOutIf(true).Security(gEfiUserInfoAccessSetupAdminGuid).Not();
-    W.Checkbox({S.Add(u"Admin Edits"), S.Add(u"Read-only for others"), AdminEdits, Store, 2, 0});
-    W.End();
-    W.SuppressIf(true).Security(gEfiUserInfoAccessSetupNormalGuid).Not();
-    W.Checkbox({S.Add(u"Normal Only"), S.Add(u"For normal users"), NormalOnly, Store, 3, 0});
-    W.End();
-    W.SuppressIf(true).Security(ZeroGuid).Not();
-    W.Checkbox(
-        {S.Add(u"No Level"), S.Add(u"For users without a level"), NobodyHasLevel, Store, 4, 0});
-    W.End();
-    W.Checkbox({S.Add(u"Other Setting"), S.Add(u"For everybody too"), OtherSetting, Store, 5, 0});
-    W.End();
-    W.Form(2, S.Add(u"Admin Form"), true);
-    W.Text(S.Add(u"Inside"), S.Add(u"Help"));
-    W.End();
-    W.End();
-    Set = &PublishTab(W, S, TestGuid(5), gDefaultPageGuids[0], Title, Title);
-    Set->Driver->AddBufferStorage(TestGuid(5), u"Guarded", std::vector<uint8_t>(8, 0));
+    F.SuppressIf(true).Security(gEfiUserInfoAccessSetupAdminGuid).Not();
+    F.Checkbox(F.Question(u"Admin Only", u"Hidden from others", AdminOnly, Store, 1));
+    F.Ref(F.Question(u"Admin Form", u"A form for administrators", AdminForm), 2);
+    F.End();
+    F.GrayOutIf(true).Security(gEfiUserInfoAccessSetupAdminGuid).Not();
+    F.Checkbox(F.Question(u"Admin Edits", u"Read-only for others", AdminEdits, Store, 2));
+    F.End();
+    F.SuppressIf(true).Security(gEfiUserInfoAccessSetupNormalGuid).Not();
+    F.Checkbox(F.Question(u"Normal Only", u"For normal users", NormalOnly, Store, 3));
+    F.End();
+    F.SuppressIf(true).Security(ZeroGuid).Not();
+    F.Checkbox(F.Question(u"No Level", u"For users without a level", NobodyHasLevel, Store, 4));
+    F.End();
+    F.Checkbox(F.Question(u"Other Setting", u"For everybody too", OtherSetting, Store, 5));
+    F.Form(2, u"Admin Form");
+    F.Text(F.StringId(u"Inside"), F.StringId(u"Help"));
+    // The tab's help is the title, not the form set's help.
+    Set = &Publish(F);
+    Set->Page = std::make_unique<host::PageProvider>(Boot(), gDefaultPageGuids[0], F.Title, F.Title,
+                                                     Set->Handle);
   }
 
   void InstallManager(std::vector<std::vector<uint8_t>> Records, bool CurrentFails = false,

@@ -56,6 +56,21 @@ PublishedFormSet &BrowserTest::PublishTab(const kit::IfrWriter &Forms, const kit
   return Entry;
 }
 
+PublishedFormSet &BrowserTest::Publish(const FormSetBuilder &Set) {
+  PublishedFormSet &Entry = Publish(Set.Closed(), Set.Strings, Set.Guid);
+  for (const FormSetBuilder::Storage &Store : Set.Stores) {
+    Entry.Driver->AddBufferStorage(Store.Guid, Store.Name, Store.Bytes);
+  }
+  return Entry;
+}
+
+PublishedFormSet &BrowserTest::PublishTab(const FormSetBuilder &Set, const EFI_GUID &Page) {
+  PublishedFormSet &Entry = Publish(Set);
+  Entry.Page =
+      std::make_unique<host::PageProvider>(Boot(), Page, Set.Title, Set.Help, Entry.Handle);
+  return Entry;
+}
+
 host::DriverRun &BrowserTest::Send(const tools::SendFormRequest &Request) {
   Current.reset();
   Baseline = Host().Pool().Snapshot();
@@ -255,6 +270,72 @@ void BrowserTest::ExpectNothingLeftSinceSend() {
   }
   EXPECT_EQ(Unexpected, "") << "blocks not given back: sizes and allocation numbers";
   EXPECT_EQ(Host().Pool().BadFrees(), 0u);
+}
+
+FormSetBuilder::FormSetBuilder(const EFI_GUID &SetGuid, std::u16string TitleText,
+                               std::optional<std::u16string> HelpText)
+    : Guid(SetGuid) {
+  Title = Strings.Add(std::move(TitleText));
+  Help = HelpText.has_value() ? Strings.Add(std::move(*HelpText)) : 0;
+  FormSet(Guid, Title, Help, {}, true);
+}
+
+kit::QuestionHeader FormSetBuilder::Question(std::u16string Prompt, std::u16string Help,
+                                             EFI_QUESTION_ID Id, EFI_VARSTORE_ID Store,
+                                             UINT16 Offset, UINT8 Flags) {
+  EFI_STRING_ID PromptId = StringId(std::move(Prompt));
+  return {PromptId, StringId(std::move(Help)), Id, Store, Offset, Flags};
+}
+
+kit::QuestionHeader FormSetBuilder::NamedQuestion(std::u16string Prompt, std::u16string Help,
+                                                  EFI_QUESTION_ID Id, EFI_VARSTORE_ID Store,
+                                                  std::u16string Name, UINT8 Flags) {
+  kit::QuestionHeader Header = Question(std::move(Prompt), std::move(Help), Id, Store, 0, Flags);
+  Header.VarStoreInfo = StringId(std::move(Name));
+  return Header;
+}
+
+void FormSetBuilder::Options(const std::vector<std::pair<std::u16string, UINT8>> &Choices) {
+  for (const auto &[Text, Value] : Choices) {
+    OneOfOption(StringId(Text), 0, kit::IfrValue::U8(Value));
+  }
+}
+
+FormSetBuilder &FormSetBuilder::Form(EFI_FORM_ID Id, std::optional<std::u16string> FormTitle) {
+  while (OpenScopes() > 1) {
+    End();
+  }
+  Form(Id, FormTitle.has_value() ? StringId(std::move(*FormTitle)) : Title, true);
+  return *this;
+}
+
+kit::IfrWriter FormSetBuilder::Closed() const {
+  kit::IfrWriter Copy = *this;
+  for (unsigned Open = OpenScopes(); Open > 0; Open--) {
+    Copy.End();
+  }
+  return Copy;
+}
+
+// Each opcode's second byte holds its length in the low seven bits and the scope bit on top.
+unsigned FormSetBuilder::OpenScopes() const {
+  const std::vector<uint8_t> &Opcodes = Bytes();
+  unsigned Open = 0;
+  for (size_t At = 0; At + 1 < Opcodes.size() && (Opcodes[At + 1] & 0x7F) != 0;
+       At += Opcodes[At + 1] & 0x7F) {
+    if (Opcodes[At] == EFI_IFR_END_OP) {
+      Open -= Open > 0 ? 1 : 0;
+    }
+    Open += (Opcodes[At + 1] & 0x80) != 0 ? 1 : 0;
+  }
+  return Open;
+}
+
+FormSetBuilder &FormSetBuilder::BufferStore(const EFI_GUID &StoreGuid, EFI_VARSTORE_ID Id,
+                                            const std::string &Name, std::vector<uint8_t> Bytes) {
+  VarStore(StoreGuid, Id, static_cast<UINT16>(Bytes.size()), Name);
+  Stores.push_back({StoreGuid, std::u16string(Name.begin(), Name.end()), std::move(Bytes)});
+  return *this;
 }
 
 EFI_GUID TestGuid(UINT8 Last) {

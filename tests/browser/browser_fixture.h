@@ -7,6 +7,7 @@
 #include <gtest/gtest.h>
 
 #include <memory>
+#include <optional>
 #include <string>
 #include <vector>
 
@@ -25,6 +26,66 @@ struct PublishedFormSet {
   std::unique_ptr<host::ConfigDriver> Driver;
   EFI_HII_HANDLE Handle = nullptr;
   std::unique_ptr<host::PageProvider> Page;
+};
+
+// A form set written the short way: an IFR writer that keeps its strings beside it. It opens
+// the form set at once (title and help are strings 1 and 2), heads a question in one call, and
+// remembers the buffer stores it declares with the bytes their driver starts with, which
+// BrowserTest::Publish hands to the driver. Forms need no End: Form ends the form before it,
+// and Closed (so Publish) ends whatever is still open, the form set included.
+class FormSetBuilder : public kit::IfrWriter {
+public:
+  // Without help text the form set's help id is 0.
+  FormSetBuilder(const EFI_GUID &Guid, std::u16string Title,
+                 std::optional<std::u16string> Help = u"Help");
+
+  EFI_STRING_ID StringId(std::u16string Text) { return Strings.Add(std::move(Text)); }
+  // A question header whose prompt and help are new strings, in that order.
+  kit::QuestionHeader Question(std::u16string Prompt, std::u16string Help, EFI_QUESTION_ID Id,
+                               EFI_VARSTORE_ID Store = 0, UINT16 Offset = 0, UINT8 Flags = 0);
+  // A question on a name/value or variable store: its value's name is a third new string.
+  kit::QuestionHeader NamedQuestion(std::u16string Prompt, std::u16string Help, EFI_QUESTION_ID Id,
+                                    EFI_VARSTORE_ID Store, std::u16string Name, UINT8 Flags = 0);
+  // One-of options of one byte each, without flags.
+  void Options(const std::vector<std::pair<std::u16string, UINT8>> &Choices);
+  // An action question whose Callback the driver hears, with its configuration string.
+  void ActionWithCallback(std::u16string Prompt, std::u16string Help, EFI_QUESTION_ID Id,
+                          std::u16string Config = u"Go") {
+    kit::QuestionHeader Header =
+        Question(std::move(Prompt), std::move(Help), Id, 0, 0, EFI_IFR_FLAG_CALLBACK);
+    Action(Header, StringId(std::move(Config)));
+  }
+
+  // A buffer varstore as large as Bytes, under the form set's GUID unless another is given;
+  // the published driver starts with Bytes in it.
+  FormSetBuilder &BufferStore(EFI_VARSTORE_ID Id, const std::string &Name,
+                              std::vector<uint8_t> Bytes) {
+    return BufferStore(Guid, Id, Name, std::move(Bytes));
+  }
+  FormSetBuilder &BufferStore(const EFI_GUID &StoreGuid, EFI_VARSTORE_ID Id,
+                              const std::string &Name, std::vector<uint8_t> Bytes);
+
+  // Ends what is open down to the form set, then opens a form titled as the form set or with a
+  // title of its own.
+  using kit::IfrWriter::Form;
+  FormSetBuilder &Form(EFI_FORM_ID Id = 1, std::optional<std::u16string> FormTitle = {});
+  // The opcodes with every scope still open ended.
+  kit::IfrWriter Closed() const;
+
+  struct Storage {
+    EFI_GUID Guid;
+    std::u16string Name;
+    std::vector<uint8_t> Bytes;
+  };
+
+  EFI_GUID Guid;
+  kit::Strings Strings;
+  EFI_STRING_ID Title = 0;
+  EFI_STRING_ID Help = 0;
+  std::vector<Storage> Stores;
+
+private:
+  unsigned OpenScopes() const;
 };
 
 class BrowserTest : public ::testing::Test {
@@ -47,6 +108,10 @@ protected:
   PublishedFormSet &PublishTab(const kit::IfrWriter &Forms, const kit::Strings &Strings,
                                const EFI_GUID &ListGuid, const EFI_GUID &Page, EFI_STRING_ID Title,
                                EFI_STRING_ID Help);
+  // A builder's form set, in a package list of its GUID, on a driver that holds its buffer
+  // stores; as a tab, under the form set's title and help.
+  PublishedFormSet &Publish(const FormSetBuilder &Set);
+  PublishedFormSet &PublishTab(const FormSetBuilder &Set, const EFI_GUID &Page);
 
   // SendForm on a coroutine, run to its first key wait (or to its end).
   host::DriverRun &Send(const tools::SendFormRequest &Request);

@@ -7,10 +7,6 @@
 namespace morvane::test {
 namespace {
 
-using kit::IfrValue;
-using kit::IfrWriter;
-using kit::Strings;
-
 enum : EFI_QUESTION_ID {
   Mode = 0x10,   // one-of with storage whose third option breaks a rule
   ToTwo = 0x12,  // reference to form 2
@@ -38,34 +34,25 @@ protected:
 
   void SetUp() override {
     BrowserTest::SetUp();
-    Strings S;
-    EFI_STRING_ID Title = S.Add(u"Callbacks");
-    IfrWriter W;
-    W.FormSet(TestGuid(1), Title, S.Add(u"Help"), {}, true);
-    W.VarStore(TestGuid(1), 1, 12, "Data");
-    W.Form(1, Title, true);
-    W.OneOf({S.Add(u"Mode"), S.Add(u"One of two"), Mode, 1, 0, EFI_IFR_FLAG_CALLBACK},
+    FormSetBuilder F(TestGuid(1), u"Callbacks");
+    F.BufferStore(1, "Data", {0, 0, 5, 0, 0, 0, 0, 0, 0, 0, 0, 0}).Form();
+    F.OneOf(F.Question(u"Mode", u"One of two", Mode, 1, 0, EFI_IFR_FLAG_CALLBACK),
             EFI_IFR_NUMERIC_SIZE_1, 0, 1, 0, true);
-    W.OneOfOption(S.Add(u"Off"), 0, IfrValue::U8(0));
-    W.OneOfOption(S.Add(u"On"), 0, IfrValue::U8(1));
-    W.OneOfOption(S.Add(u"Turbo"), 0, IfrValue::U8(2));
-    W.InconsistentIf(S.Add(u"Turbo is not allowed"), true);
-    W.EqIdVal(Mode, 2);
-    W.End();
-    W.End();
-    W.Ref({S.Add(u"To Two"), S.Add(u"Form 2"), ToTwo, 0, 0, EFI_IFR_FLAG_CALLBACK}, 2);
-    W.Ref2({S.Add(u"To Mode"), S.Add(u"Mode on this form"), ToMode, 0, 0, EFI_IFR_FLAG_CALLBACK}, 0,
+    F.Options({{u"Off", 0}, {u"On", 1}, {u"Turbo", 2}});
+    F.InconsistentIf(F.StringId(u"Turbo is not allowed"), true);
+    F.EqIdVal(Mode, 2);
+    F.End();
+    F.End();
+    F.Ref(F.Question(u"To Two", u"Form 2", ToTwo, 0, 0, EFI_IFR_FLAG_CALLBACK), 2);
+    F.Ref2(F.Question(u"To Mode", u"Mode on this form", ToMode, 0, 0, EFI_IFR_FLAG_CALLBACK), 0,
            Mode);
-    W.Password({S.Add(u"Secret"), S.Add(u"Never accepted"), Secret, 1, 4, EFI_IFR_FLAG_CALLBACK}, 0,
-               4, true);
-    W.InconsistentIf(S.Add(u"No password is good enough"), true).True().End();
-    W.End();
-    W.End();
-    W.Form(2, S.Add(u"Form Two"), true);
-    W.Checkbox({S.Add(u"Two"), S.Add(u"On form 2"), Two, 1, 3, EFI_IFR_FLAG_CALLBACK});
-    W.End().End();
-    Set = &Publish(W, S, TestGuid(1));
-    Set->Driver->AddBufferStorage(TestGuid(1), u"Data", {0, 0, 5, 0, 0, 0, 0, 0, 0, 0, 0, 0});
+    F.Password(F.Question(u"Secret", u"Never accepted", Secret, 1, 4, EFI_IFR_FLAG_CALLBACK), 0, 4,
+               true);
+    F.InconsistentIf(F.StringId(u"No password is good enough"), true).True().End();
+    F.End();
+    F.Form(2, u"Form Two");
+    F.Checkbox(F.Question(u"Two", u"On form 2", Two, 1, 3, EFI_IFR_FLAG_CALLBACK));
+    Set = &Publish(F);
     Set->Driver->OnCallback = [this](EFI_BROWSER_ACTION Action, EFI_QUESTION_ID, UINT8,
                                      EFI_IFR_TYPE_VALUE *, EFI_BROWSER_ACTION_REQUEST *) {
       return Action == EFI_BROWSER_ACTION_CHANGING ? ChangingAnswer : EFI_SUCCESS;

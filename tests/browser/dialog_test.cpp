@@ -12,9 +12,6 @@
 namespace morvane::test {
 namespace {
 
-using kit::IfrWriter;
-using kit::Strings;
-
 constexpr EFI_QUESTION_ID Open = 0x60;
 
 // The screen as text and attributes, for "given back as it was".
@@ -37,19 +34,14 @@ protected:
 
   void SetUp() override {
     BrowserTest::SetUp();
-    Strings S;
-    EFI_STRING_ID Title = S.Add(u"Dialogs");
-    IfrWriter W;
-    W.FormSet(TestGuid(1), Title, S.Add(u"Help"), {}, true);
-    W.Form(1, Title, true);
-    W.Action({S.Add(u"Open Dialog"), S.Add(u"Puts a dialog over the form"), Open, 0, 0,
-              EFI_IFR_FLAG_CALLBACK},
-             S.Add(u"Go"));
+    FormSetBuilder F(TestGuid(1), u"Dialogs");
+    F.Form();
+    F.ActionWithCallback(u"Open Dialog", u"Puts a dialog over the form", Open);
     for (char16_t Letter = u'A'; Letter <= u'P'; Letter++) {
-      W.Text(S.Add(std::u16string(u"Background line ") + Letter), S.Add(u"Text under the dialog"));
+      F.Text(F.StringId(std::u16string(u"Background line ") + Letter),
+             F.StringId(u"Text under the dialog"));
     }
-    W.End().End();
-    Set = &Publish(W, S, TestGuid(1));
+    Set = &Publish(F);
     Set->Driver->OnCallback = [this](EFI_BROWSER_ACTION Action, EFI_QUESTION_ID Question, UINT8,
                                      EFI_IFR_TYPE_VALUE *, EFI_BROWSER_ACTION_REQUEST *) {
       if (Action == EFI_BROWSER_ACTION_CHANGING && Question == Open && Inside) {

@@ -10,10 +10,6 @@
 namespace morvane::test {
 namespace {
 
-using kit::IfrValue;
-using kit::IfrWriter;
-using kit::Strings;
-
 constexpr EFI_VARSTORE_ID Store = 1;
 constexpr UINT16 StoreSize = 160;
 
@@ -53,45 +49,6 @@ protected:
 
   void SetUp() override {
     BrowserTest::SetUp();
-    Strings S;
-    EFI_STRING_ID Title = S.Add(u"Editors");
-    IfrWriter W;
-    W.FormSet(TestGuid(1), Title, S.Add(u"Help"), {}, true);
-    W.VarStore(TestGuid(1), Store, StoreSize, "Data");
-    W.Form(1, Title, true);
-    W.Numeric({S.Add(u"Limit"), S.Add(u"Five to a hundred"), Limit, Store, LimitAt, 0},
-              EFI_IFR_NUMERIC_SIZE_1, 5, 100, 0);
-    W.Numeric({S.Add(u"Stepper"), S.Add(u"By two"), Stepper, Store, StepperAt, 0},
-              EFI_IFR_NUMERIC_SIZE_1, 0, 10, 2);
-    W.Numeric({S.Add(u"Mask"), S.Add(u"Hexadecimal"), Mask, Store, MaskAt, 0},
-              EFI_IFR_NUMERIC_SIZE_1 | EFI_IFR_DISPLAY_UINT_HEX, 0, 0xFF, 0);
-    W.Date({S.Add(u"Day"), S.Add(u"A date"), Day, Store, DayAt, 0});
-    W.Time({S.Add(u"Clock"), S.Add(u"A time"), Clock, Store, ClockAt, 0});
-    W.String({S.Add(u"Name"), S.Add(u"Two to ten characters"), Name, Store, NameAt, 0}, 2, 10);
-    W.Password({S.Add(u"Secret"), S.Add(u"Checked by the driver"), Secret, Store, SecretAt,
-                EFI_IFR_FLAG_CALLBACK},
-               0, 8);
-    W.OneOf({S.Add(u"Choice"), S.Add(u"One of three"), Choice, Store, ChoiceAt, 0},
-            EFI_IFR_NUMERIC_SIZE_1, 0, 3, 0, true);
-    W.OneOfOption(S.Add(u"Alpha"), 0, IfrValue::U8(1));
-    W.SuppressIf(true).True();
-    W.OneOfOption(S.Add(u"Hidden"), 0, IfrValue::U8(2));
-    W.End();
-    W.OneOfOption(S.Add(u"Gamma"), 0, IfrValue::U8(3));
-    W.OneOfOption(S.Add(u"Delta"), 0, IfrValue::U8(4));
-    W.End();
-    W.OrderedList({S.Add(u"Order"), S.Add(u"Three in order"), Order, Store, OrderAt, 0}, 3, 0,
-                  true);
-    W.OneOfOption(S.Add(u"First"), 0, IfrValue::U8(1));
-    W.OneOfOption(S.Add(u"Second"), 0, IfrValue::U8(2));
-    W.OneOfOption(S.Add(u"Third"), 0, IfrValue::U8(3));
-    W.End();
-    W.Password({S.Add(u"Long secret"), S.Add(u"Up to forty"), LongSecret, Store, LongSecretAt, 0},
-               0, 40);
-    W.Numeric({S.Add(u"Huge"), S.Add(u"Sixty-four bits"), Huge, Store, HugeAt, 0},
-              EFI_IFR_NUMERIC_SIZE_8, 0, ~0ull, 0);
-    W.End().End();
-    Set = &Publish(W, S, TestGuid(1));
     // Limit 50, Stepper 4, Mask 0x10, Day 15 April 2024 (a month of 30 days), Clock 23:59,
     // Name "old", Choice Alpha, Order 1 2 3.
     std::vector<uint8_t> Bytes(StoreSize, 0);
@@ -102,7 +59,35 @@ protected:
     Put(DayAt, {2024 & 0xFF, 2024 >> 8, 4, 15, 23, 59});
     Put(NameAt, {'o', 0, 'l', 0, 'd'});
     Put(ChoiceAt, {1, 1, 2, 3});
-    Set->Driver->AddBufferStorage(TestGuid(1), u"Data", Bytes);
+    FormSetBuilder F(TestGuid(1), u"Editors");
+    F.BufferStore(Store, "Data", Bytes).Form();
+    F.Numeric(F.Question(u"Limit", u"Five to a hundred", Limit, Store, LimitAt),
+              EFI_IFR_NUMERIC_SIZE_1, 5, 100, 0);
+    F.Numeric(F.Question(u"Stepper", u"By two", Stepper, Store, StepperAt), EFI_IFR_NUMERIC_SIZE_1,
+              0, 10, 2);
+    F.Numeric(F.Question(u"Mask", u"Hexadecimal", Mask, Store, MaskAt),
+              EFI_IFR_NUMERIC_SIZE_1 | EFI_IFR_DISPLAY_UINT_HEX, 0, 0xFF, 0);
+    F.Date(F.Question(u"Day", u"A date", Day, Store, DayAt));
+    F.Time(F.Question(u"Clock", u"A time", Clock, Store, ClockAt));
+    F.String(F.Question(u"Name", u"Two to ten characters", Name, Store, NameAt), 2, 10);
+    F.Password(F.Question(u"Secret", u"Checked by the driver", Secret, Store, SecretAt,
+                          EFI_IFR_FLAG_CALLBACK),
+               0, 8);
+    F.OneOf(F.Question(u"Choice", u"One of three", Choice, Store, ChoiceAt), EFI_IFR_NUMERIC_SIZE_1,
+            0, 3, 0, true);
+    F.Options({{u"Alpha", 1}});
+    F.SuppressIf(true).True();
+    F.Options({{u"Hidden", 2}});
+    F.End();
+    F.Options({{u"Gamma", 3}, {u"Delta", 4}});
+    F.End();
+    F.OrderedList(F.Question(u"Order", u"Three in order", Order, Store, OrderAt), 3, 0, true);
+    F.Options({{u"First", 1}, {u"Second", 2}, {u"Third", 3}});
+    F.End();
+    F.Password(F.Question(u"Long secret", u"Up to forty", LongSecret, Store, LongSecretAt), 0, 40);
+    F.Numeric(F.Question(u"Huge", u"Sixty-four bits", Huge, Store, HugeAt), EFI_IFR_NUMERIC_SIZE_8,
+              0, ~0ull, 0);
+    Set = &Publish(F);
     Set->Driver->OnCallback = [this](EFI_BROWSER_ACTION Action, EFI_QUESTION_ID Question, UINT8,
                                      EFI_IFR_TYPE_VALUE *Value, EFI_BROWSER_ACTION_REQUEST *) {
       if (Action == EFI_BROWSER_ACTION_CHANGED && Question == Secret && Value != nullptr) {

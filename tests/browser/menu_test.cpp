@@ -11,9 +11,6 @@ namespace morvane::test {
 namespace {
 
 using host::CallbackCall;
-using kit::IfrValue;
-using kit::IfrWriter;
-using kit::Strings;
 
 constexpr EFI_VARSTORE_ID Store = 1;
 constexpr UINT16 StoreSize = 16;
@@ -47,37 +44,25 @@ protected:
   // Main: a long top form, so that scrolling matters, with every kind of reference at its end;
   // form 2 a sub-form.
   void PublishWorld() {
-    Strings S;
-    EFI_STRING_ID Title = S.Add(u"Main");
-    EFI_STRING_ID Help = S.Add(u"The main page");
-    IfrWriter W;
-    W.FormSet(MainGuid, Title, Help, {}, true);
-    W.VarStore(MainGuid, Store, StoreSize, "Setup");
-    W.Form(1, Title, true);
+    FormSetBuilder F(MainGuid, u"Main", u"The main page");
+    F.BufferStore(Store, "Setup", std::vector<uint8_t>(StoreSize, 0)).Form();
     for (unsigned Index = 0; Index < 20; Index++) {
-      W.Text(S.Add(u"Line " + std::u16string(1, u'A' + Index)), S.Add(u"A line of text"));
+      F.Text(F.StringId(u"Line " + std::u16string(1, u'A' + Index)), F.StringId(u"A line of text"));
     }
-    W.Checkbox({S.Add(u"Switch"), S.Add(u"A switch the driver hears of"), Switch, Store, 0,
-                EFI_IFR_FLAG_CALLBACK});
-    W.Numeric({S.Add(u"Count"), S.Add(u"A number"), Count, Store, 1, 0}, EFI_IFR_NUMERIC_SIZE_1, 0,
-              99, 1);
-    W.Ref({S.Add(u"Sub-form"), S.Add(u"Goes to the sub-form"), RefToSubForm, 0, 0, 0}, 2);
-    W.Ref3({S.Add(u"Other form set"), S.Add(u"Goes to a form set by GUID"), RefToOtherFormSet, 0, 0,
-            0},
-           0, 0, OtherGuid);
-    W.Ref3({S.Add(u"Second tab"), S.Add(u"Goes to the second tab"), RefToSecondTab, 0, 0, 0}, 0, 0,
-           SecondGuid);
-    W.Ref2({S.Add(u"To Count"), S.Add(u"Moves to the number"), RefToQuestion, 0, 0, 0}, 0, Count);
-    W.Ref2({S.Add(u"Nowhere"), S.Add(u"Names nothing"), RefToNothing, 0, 0, 0}, 0, 0);
-    W.Ref4({S.Add(u"By path"), S.Add(u"A device path no one has"), RefByDevicePath, 0, 0, 0}, 1, 0,
-           MainGuid, S.Add(u"01041400abcdef0123456789abcdef01234567897fff0400"));
-    W.End();
-    W.Form(2, S.Add(u"Sub-form"), true);
-    W.Checkbox({S.Add(u"Sub switch"), S.Add(u"A switch on the sub-form"), SubSwitch, Store, 2, 0});
-    W.End();
-    W.End();
-    Main = &PublishTab(W, S, MainGuid, gDefaultPageGuids[0], Title, Help);
-    Main->Driver->AddBufferStorage(MainGuid, u"Setup", std::vector<uint8_t>(StoreSize, 0));
+    F.Checkbox(F.Question(u"Switch", u"A switch the driver hears of", Switch, Store, 0,
+                          EFI_IFR_FLAG_CALLBACK));
+    F.Numeric(F.Question(u"Count", u"A number", Count, Store, 1), EFI_IFR_NUMERIC_SIZE_1, 0, 99, 1);
+    F.Ref(F.Question(u"Sub-form", u"Goes to the sub-form", RefToSubForm), 2);
+    F.Ref3(F.Question(u"Other form set", u"Goes to a form set by GUID", RefToOtherFormSet), 0, 0,
+           OtherGuid);
+    F.Ref3(F.Question(u"Second tab", u"Goes to the second tab", RefToSecondTab), 0, 0, SecondGuid);
+    F.Ref2(F.Question(u"To Count", u"Moves to the number", RefToQuestion), 0, Count);
+    F.Ref2(F.Question(u"Nowhere", u"Names nothing", RefToNothing), 0, 0);
+    F.Ref4(F.Question(u"By path", u"A device path no one has", RefByDevicePath), 1, 0, MainGuid,
+           F.StringId(u"01041400abcdef0123456789abcdef01234567897fff0400"));
+    F.Form(2, u"Sub-form");
+    F.Checkbox(F.Question(u"Sub switch", u"A switch on the sub-form", SubSwitch, Store, 2));
+    Main = &PublishTab(F, gDefaultPageGuids[0]);
     Main->Driver->OnCallback = [](EFI_BROWSER_ACTION, EFI_QUESTION_ID, UINT8, EFI_IFR_TYPE_VALUE *,
                                   EFI_BROWSER_ACTION_REQUEST *) { return EFI_SUCCESS; };
 
@@ -88,15 +73,10 @@ protected:
 
   PublishedFormSet &SimplePage(const EFI_GUID &Guid, const char16_t *Name, const EFI_GUID *Page,
                                const char16_t *Line) {
-    Strings S;
-    EFI_STRING_ID Title = S.Add(Name);
-    EFI_STRING_ID Help = S.Add(u"A page");
-    IfrWriter W;
-    W.FormSet(Guid, Title, Help, {}, true);
-    W.Form(1, Title, true);
-    W.Text(S.Add(Line), S.Add(u"Its help"));
-    W.End().End();
-    return Page != nullptr ? PublishTab(W, S, Guid, *Page, Title, Help) : Publish(W, S, Guid);
+    FormSetBuilder F(Guid, Name, u"A page");
+    F.Form();
+    F.Text(F.StringId(Line), F.StringId(u"Its help"));
+    return Page != nullptr ? PublishTab(F, *Page) : Publish(F);
   }
 
   // Publishes the world unless the test has, and sends it.
@@ -197,22 +177,16 @@ TEST_F(MenuTest, ReferencesToAnotherFormSetAQuestionAndATabsFormSet) {
 // A reference that names a question on its own form, out of view and in view: the page
 // scrolls to it, is painted whole, and nothing is drawn beyond the body.
 TEST_F(MenuTest, AReferenceToAQuestionOutOfViewScrollsThePage) {
-  Strings S;
-  EFI_STRING_ID Title = S.Add(u"Jumps");
-  IfrWriter W;
-  W.FormSet(MainGuid, Title, S.Add(u"Help"), {}, true);
-  W.VarStore(MainGuid, Store, StoreSize, "Setup");
-  W.Form(1, Title, true);
-  W.Checkbox({S.Add(u"Early"), S.Add(u"At the top"), Switch, Store, 0, 0});
+  FormSetBuilder F(MainGuid, u"Jumps");
+  F.BufferStore(Store, "Setup", std::vector<uint8_t>(StoreSize, 0)).Form();
+  F.Checkbox(F.Question(u"Early", u"At the top", Switch, Store, 0));
   for (unsigned Index = 0; Index < 25; Index++) {
-    W.Text(S.Add(u"Filler " + std::u16string(1, u'A' + Index)), S.Add(u"A line of text"));
+    F.Text(F.StringId(u"Filler " + std::u16string(1, u'A' + Index)), F.StringId(u"A line of text"));
   }
-  W.Checkbox({S.Add(u"Late"), S.Add(u"Near the end"), SubSwitch, Store, 1, 0});
-  W.Ref2({S.Add(u"To Early"), S.Add(u"Back to the top"), RefToQuestion, 0, 0, 0}, 0, Switch);
-  W.Ref2({S.Add(u"To Late"), S.Add(u"Just above"), RefToSubForm, 0, 0, 0}, 0, SubSwitch);
-  W.End().End();
-  PublishedFormSet &Set = Publish(W, S, MainGuid);
-  Set.Driver->AddBufferStorage(MainGuid, u"Setup", std::vector<uint8_t>(StoreSize, 0));
+  F.Checkbox(F.Question(u"Late", u"Near the end", SubSwitch, Store, 1));
+  F.Ref2(F.Question(u"To Early", u"Back to the top", RefToQuestion), 0, Switch);
+  F.Ref2(F.Question(u"To Late", u"Just above", RefToSubForm), 0, SubSwitch);
+  PublishedFormSet &Set = Publish(F);
   SendAndWait({Set.Handle});
   MoveTo(RefToQuestion);
   Type("Enter");
@@ -376,13 +350,9 @@ TEST_F(MenuTest, KeysThatAreDroppedAndKeysThatBeep) {
 }
 
 TEST_F(MenuTest, AFormWithNoOptionsDropsCharactersQuietly) {
-  Strings S;
-  EFI_STRING_ID Title = S.Add(u"Empty");
-  IfrWriter W;
-  W.FormSet(TestGuid(9), Title, S.Add(u"Help"), {}, true);
-  W.Form(1, Title, true).End();
-  W.End();
-  PublishedFormSet &Set = Publish(W, S, TestGuid(9));
+  FormSetBuilder F(TestGuid(9), u"Empty");
+  F.Form();
+  PublishedFormSet &Set = Publish(F);
   SendAndWait({Set.Handle});
   Host().Speaker()->ResetBeeps();
   Type("\"abc\" Enter");
@@ -395,15 +365,11 @@ TEST_F(MenuTest, AFormWithNoOptionsDropsCharactersQuietly) {
 }
 
 TEST_F(MenuTest, AParseFailureIsShownTwiceAndEndsTheCall) {
-  Strings S;
-  EFI_STRING_ID Title = S.Add(u"Broken");
-  IfrWriter W;
-  W.FormSet(TestGuid(8), Title, S.Add(u"Help"), {}, true);
-  W.Form(1, Title, true);
+  FormSetBuilder F(TestGuid(8), u"Broken");
+  F.Form();
   // A checkbox cut short: too few bytes for its question header.
-  W.RawBytes({EFI_IFR_CHECKBOX_OP, 6, 1, 0, 2, 0});
-  W.End().End();
-  PublishedFormSet &Set = Publish(W, S, TestGuid(8));
+  F.RawBytes({EFI_IFR_CHECKBOX_OP, 6, 1, 0, 2, 0});
+  PublishedFormSet &Set = Publish(F);
   SendAndWait({Set.Handle});
   EXPECT_TRUE(Shows("Failed to parse OpCode: 0x6")) << ScreenText();
   EXPECT_TRUE(Shows("Broken FormSet")) << ScreenText();

@@ -10,8 +10,6 @@ namespace morvane::test {
 namespace {
 
 using kit::IfrValue;
-using kit::IfrWriter;
-using kit::Strings;
 
 constexpr EFI_QUESTION_ID Order = 0x10;
 constexpr EFI_QUESTION_ID Long = 0x11;
@@ -24,33 +22,25 @@ protected:
   // Four boot entries, the fourth suppressed, and a list of thirty.
   void SetUp() override {
     BrowserTest::SetUp();
-    Strings S;
-    EFI_STRING_ID Title = S.Add(u"Boot");
-    IfrWriter W;
-    W.FormSet(TestGuid(1), Title, S.Add(u"Help"), {}, true);
-    W.VarStore(TestGuid(1), 1, 4 + LongCount, "Boot");
-    W.Form(1, Title, true);
-    W.OrderedList({S.Add(u"Boot Order"), S.Add(u"The order of boot"), Order, 1, 0, 0}, 4, 0, true);
-    W.OneOfOption(S.Add(u"Disk"), 0, IfrValue::U8(1));
-    W.OneOfOption(S.Add(u"Network"), 0, IfrValue::U8(2));
-    W.OneOfOption(S.Add(u"Shell"), 0, IfrValue::U8(3));
-    W.SuppressIf(true).True();
-    W.OneOfOption(S.Add(u"Hidden"), 0, IfrValue::U8(4));
-    W.End();
-    W.End();
-    W.OrderedList({S.Add(u"Long List"), S.Add(u"Thirty entries"), Long, 1, 4, 0}, LongCount, 0,
-                  true);
-    for (UINT8 Index = 1; Index <= LongCount; Index++) {
-      W.OneOfOption(S.Add(u"Entry " + FromUtf8(std::to_string(Index))), 0, IfrValue::U8(Index));
-    }
-    W.End();
-    W.End().End();
-    Set = &Publish(W, S, TestGuid(1));
     std::vector<uint8_t> Bytes = {1, 2, 3, 4};
     for (UINT8 Index = 1; Index <= LongCount; Index++) {
       Bytes.push_back(Index);
     }
-    Set->Driver->AddBufferStorage(TestGuid(1), u"Boot", Bytes);
+    FormSetBuilder F(TestGuid(1), u"Boot");
+    F.BufferStore(1, "Boot", Bytes).Form();
+    F.OrderedList(F.Question(u"Boot Order", u"The order of boot", Order, 1, 0), 4, 0, true);
+    F.Options({{u"Disk", 1}, {u"Network", 2}, {u"Shell", 3}});
+    F.SuppressIf(true).True();
+    F.Options({{u"Hidden", 4}});
+    F.End();
+    F.End();
+    F.OrderedList(F.Question(u"Long List", u"Thirty entries", Long, 1, 4), LongCount, 0, true);
+    for (UINT8 Index = 1; Index <= LongCount; Index++) {
+      F.OneOfOption(F.StringId(u"Entry " + FromUtf8(std::to_string(Index))), 0,
+                    IfrValue::U8(Index));
+    }
+    F.End();
+    Set = &Publish(F);
     SendAndWait({Set->Handle});
   }
 

@@ -9,9 +9,6 @@
 namespace morvane::test {
 namespace {
 
-using kit::IfrWriter;
-using kit::Strings;
-
 enum : EFI_QUESTION_ID {
   ToSecond = 0x10,       // reference from form 1 to form 2
   OpenNested = 0x11,     // action whose Changing Callback runs a nested SendForm
@@ -61,38 +58,25 @@ protected:
   // Form 1: the reference to form 2, the nested call and the reference to the provider's form
   // set. Form 2: the load-previous action and the switch that updates the forms, whose prompt
   // the update changes.
-  static IfrWriter MainForms(Strings &S, bool Updated) {
-    EFI_STRING_ID Title = S.Add(u"Main");
-    IfrWriter W;
-    W.FormSet(MainGuid, Title, S.Add(u"Main help"), {}, true);
-    W.VarStore(MainGuid, 1, 4, "Data");
-    W.Form(1, S.Add(u"First Form"), true);
-    W.Ref({S.Add(u"Go To Second"), S.Add(u"Opens form 2"), ToSecond, 0, 0, 0}, 2);
-    W.Action({S.Add(u"Open Nested"), S.Add(u"Calls SendForm again"), OpenNested, 0, 0,
-              EFI_IFR_FLAG_CALLBACK},
-             S.Add(u"Go"));
-    W.Ref3({S.Add(u"Go To Provider"), S.Add(u"A page provider's forms"), ToProvider, 0, 0, 0}, 0, 0,
+  static FormSetBuilder MainForms(bool Updated) {
+    FormSetBuilder F(MainGuid, u"Main", u"Main help");
+    F.BufferStore(1, "Data", std::vector<uint8_t>(4, 0)).Form(1, u"First Form");
+    F.Ref(F.Question(u"Go To Second", u"Opens form 2", ToSecond), 2);
+    F.ActionWithCallback(u"Open Nested", u"Calls SendForm again", OpenNested);
+    F.Ref3(F.Question(u"Go To Provider", u"A page provider's forms", ToProvider), 0, 0,
            ProviderPage);
-    W.End();
-    W.Form(2, S.Add(u"Second Form"), true);
-    W.Action({S.Add(u"Load Previous"), S.Add(u"Answers load previous"), LoadPrevious, 0, 0,
-              EFI_IFR_FLAG_CALLBACK},
-             S.Add(u"Go"));
-    EFI_STRING_ID Original = S.Add(u"Package Switch");
-    EFI_STRING_ID Changed = S.Add(u"Package Switch Updated");
-    W.Checkbox({Updated ? Changed : Original, S.Add(u"Updates the forms"), PackageSwitch, 1, 0,
+    F.Form(2, u"Second Form");
+    F.ActionWithCallback(u"Load Previous", u"Answers load previous", LoadPrevious);
+    EFI_STRING_ID Original = F.StringId(u"Package Switch");
+    EFI_STRING_ID Changed = F.StringId(u"Package Switch Updated");
+    F.Checkbox({Updated ? Changed : Original, F.StringId(u"Updates the forms"), PackageSwitch, 1, 0,
                 EFI_IFR_FLAG_CALLBACK});
-    W.End().End();
-    return W;
+    return F;
   }
 
   void PublishMain() {
-    Strings S;
-    IfrWriter W = MainForms(S, false);
-    Main = &PublishTab(W, S, MainGuid, gDefaultPageGuids[0], 1, 2);
-    Main->Driver->AddBufferStorage(MainGuid, u"Data", std::vector<uint8_t>(4, 0));
-    Strings Again;
-    MainUpdate = kit::PackageListBuilder(MainGuid).AddForms(MainForms(Again, true)).Bytes();
+    Main = &PublishTab(MainForms(false), gDefaultPageGuids[0]);
+    MainUpdate = kit::PackageListBuilder(MainGuid).AddForms(MainForms(true).Closed()).Bytes();
     Main->Driver->OnCallback = [this](EFI_BROWSER_ACTION Action, EFI_QUESTION_ID Question, UINT8,
                                       EFI_IFR_TYPE_VALUE *, EFI_BROWSER_ACTION_REQUEST *Request) {
       if (Action == EFI_BROWSER_ACTION_CHANGED && Question == LoadPrevious) {
@@ -120,16 +104,10 @@ protected:
 
   // The second tab, whose action answers "load previous" too.
   void PublishOther() {
-    Strings S;
-    EFI_STRING_ID Title = S.Add(u"Other");
-    IfrWriter W;
-    W.FormSet(OtherGuid, Title, S.Add(u"Other help"), {}, true);
-    W.Form(1, S.Add(u"Other Form"), true);
-    W.Action({S.Add(u"Other Load Previous"), S.Add(u"Answers load previous"), OtherPrevious, 0, 0,
-              EFI_IFR_FLAG_CALLBACK},
-             S.Add(u"Go"));
-    W.End().End();
-    Other = &PublishTab(W, S, OtherGuid, gDefaultPageGuids[1], Title, 2);
+    FormSetBuilder F(OtherGuid, u"Other", u"Other help");
+    F.Form(1, u"Other Form");
+    F.ActionWithCallback(u"Other Load Previous", u"Answers load previous", OtherPrevious);
+    Other = &PublishTab(F, gDefaultPageGuids[1]);
     Other->Driver->OnCallback = [](EFI_BROWSER_ACTION Action, EFI_QUESTION_ID Question, UINT8,
                                    EFI_IFR_TYPE_VALUE *, EFI_BROWSER_ACTION_REQUEST *Request) {
       if (Action == EFI_BROWSER_ACTION_CHANGED && Question == OtherPrevious) {
@@ -139,28 +117,20 @@ protected:
     };
   }
 
-  static IfrWriter ProviderForms(Strings &S, bool Updated) {
-    EFI_STRING_ID Title = S.Add(u"Provided");
-    IfrWriter W;
-    W.FormSet(ProviderGuid, Title, S.Add(u"Provided help"), {}, true);
-    W.VarStore(ProviderGuid, 1, 2, "Provided");
-    W.Form(1, S.Add(u"Provided Form"), true);
-    EFI_STRING_ID Original = S.Add(u"Provided Switch");
-    EFI_STRING_ID Changed = S.Add(u"Provided Switch Updated");
-    W.Checkbox({Updated ? Changed : Original, S.Add(u"Updates the forms"), ProviderSwitch, 1, 0,
-                EFI_IFR_FLAG_CALLBACK});
-    W.End().End();
-    return W;
+  static FormSetBuilder ProviderForms(bool Updated) {
+    FormSetBuilder F(ProviderGuid, u"Provided", u"Provided help");
+    F.BufferStore(1, "Provided", std::vector<uint8_t>(2, 0)).Form(1, u"Provided Form");
+    EFI_STRING_ID Original = F.StringId(u"Provided Switch");
+    EFI_STRING_ID Changed = F.StringId(u"Provided Switch Updated");
+    F.Checkbox({Updated ? Changed : Original, F.StringId(u"Updates the forms"), ProviderSwitch, 1,
+                0, EFI_IFR_FLAG_CALLBACK});
+    return F;
   }
 
   void PublishProvider() {
-    Strings S;
-    IfrWriter W = ProviderForms(S, false);
-    Provider = &PublishTab(W, S, ProviderGuid, ProviderPage, 1, 2);
-    Provider->Driver->AddBufferStorage(ProviderGuid, u"Provided", std::vector<uint8_t>(2, 0));
-    Strings Again;
+    Provider = &PublishTab(ProviderForms(false), ProviderPage);
     ProviderUpdate =
-        kit::PackageListBuilder(ProviderGuid).AddForms(ProviderForms(Again, true)).Bytes();
+        kit::PackageListBuilder(ProviderGuid).AddForms(ProviderForms(true).Closed()).Bytes();
     Provider->Driver->OnCallback = [this](EFI_BROWSER_ACTION Action, EFI_QUESTION_ID Question,
                                           UINT8, EFI_IFR_TYPE_VALUE *,
                                           EFI_BROWSER_ACTION_REQUEST *) {

@@ -8,8 +8,6 @@ namespace morvane::test {
 namespace {
 
 using kit::IfrValue;
-using kit::IfrWriter;
-using kit::QuestionHeader;
 using kit::Strings;
 
 constexpr EFI_VARSTORE_ID Store = 1;
@@ -20,54 +18,47 @@ constexpr UINT16 StoreSize = 64;
 class ScreenTest : public BrowserTest {
 protected:
   PublishedFormSet &MainPage(const char *Language = nullptr) {
-    Strings S;
-    EFI_STRING_ID Title = S.Add(u"Main");
-    EFI_STRING_ID Help = S.Add(u"The main page");
-    IfrWriter W;
-    W.FormSet(TestGuid(1), Title, Help, {}, true);
-    W.VarStore(TestGuid(1), Store, StoreSize, "Setup");
-    W.DefaultStore(S.Add(u"Standard"), EFI_HII_DEFAULT_CLASS_STANDARD);
-    W.Form(1, Title, true);
-    W.Subtitle(S.Add(u"System Overview"), 0);
-    W.Text(S.Add(u"Firmware Version"), S.Add(u"The version of the firmware."), S.Add(u"2.7.1"));
-    W.Ref({S.Add(u"Boot Options"), S.Add(u"Where the system starts from."), 0x10, 0, 0, 0}, 2);
-    W.Checkbox({S.Add(u"Quiet Boot"),
-                S.Add(u"Shows the logo instead of the messages of the firmware while the system "
-                      u"starts. A long help text that needs several rows of the help column."),
-                0x11, Store, 0, 0},
-               EFI_IFR_CHECKBOX_DEFAULT);
-    W.Numeric({S.Add(u"Timeout"), S.Add(u"Seconds to wait."), 0x12, Store, 2, 0},
-              EFI_IFR_NUMERIC_SIZE_1, 0, 30, 1, true);
-    W.Default(EFI_HII_DEFAULT_CLASS_STANDARD, IfrValue::U8(5));
-    W.End();
-    W.OneOf({S.Add(u"Boot Mode"), S.Add(u"How the firmware starts."), 0x13, Store, 3, 0},
+    FormSetBuilder F(TestGuid(1), u"Main", u"The main page");
+    F.BufferStore(Store, "Setup", std::vector<uint8_t>(StoreSize, 0));
+    F.DefaultStore(F.StringId(u"Standard"), EFI_HII_DEFAULT_CLASS_STANDARD);
+    F.Form();
+    F.Subtitle(F.StringId(u"System Overview"), 0);
+    F.Text(F.StringId(u"Firmware Version"), F.StringId(u"The version of the firmware."),
+           F.StringId(u"2.7.1"));
+    F.Ref(F.Question(u"Boot Options", u"Where the system starts from.", 0x10), 2);
+    F.Checkbox(
+        F.Question(u"Quiet Boot",
+                   u"Shows the logo instead of the messages of the firmware while the system "
+                   u"starts. A long help text that needs several rows of the help column.",
+                   0x11, Store, 0),
+        EFI_IFR_CHECKBOX_DEFAULT);
+    F.Numeric(F.Question(u"Timeout", u"Seconds to wait.", 0x12, Store, 2), EFI_IFR_NUMERIC_SIZE_1,
+              0, 30, 1, true);
+    F.Default(EFI_HII_DEFAULT_CLASS_STANDARD, IfrValue::U8(5));
+    F.End();
+    F.OneOf(F.Question(u"Boot Mode", u"How the firmware starts.", 0x13, Store, 3),
             EFI_IFR_NUMERIC_SIZE_1, 0, 1, 0, true);
-    W.OneOfOption(S.Add(u"UEFI"), EFI_IFR_OPTION_DEFAULT, IfrValue::U8(0));
-    W.OneOfOption(S.Add(u"Legacy"), 0, IfrValue::U8(1));
-    W.End();
-    W.Date({S.Add(u"Date"), S.Add(u"The date."), 0x14, Store, 4, 0});
-    W.Time({S.Add(u"Time"), S.Add(u"The time."), 0x15, Store, 8, 0});
-    W.String({S.Add(u"Asset Tag"), S.Add(u"A name for the machine."), 0x16, Store, 12, 0}, 0, 10);
-    W.Password({S.Add(u"Password"), S.Add(u"The password."), 0x17, Store, 34, 0}, 0, 8);
-    W.GrayOutIf(true).True();
-    W.Checkbox({S.Add(u"Greyed Option"), S.Add(u"Cannot be changed now."), 0x18, Store, 1, 0});
-    W.End();
-    W.Checkbox({S.Add(u"Read-Only Option"), S.Add(u"Shown only."), 0x19, Store, 51,
-                EFI_IFR_FLAG_READ_ONLY});
-    W.Action({S.Add(u"Apply"), S.Add(u"Applies it."), 0x1A, 0, 0, EFI_IFR_FLAG_CALLBACK},
-             S.Add(u"Enter"));
-    W.End();
-    W.Form(2, S.Add(u"Boot Options"), true);
-    W.Text(S.Add(u"First Device"), S.Add(u"The first device tried."), S.Add(u"Disk 0"));
-    W.Checkbox({S.Add(u"Network Boot"), S.Add(u"Starts from the network."), 0x20, Store, 52, 0});
-    W.End();
-    W.End();
+    F.OneOfOption(F.StringId(u"UEFI"), EFI_IFR_OPTION_DEFAULT, IfrValue::U8(0));
+    F.OneOfOption(F.StringId(u"Legacy"), 0, IfrValue::U8(1));
+    F.End();
+    F.Date(F.Question(u"Date", u"The date.", 0x14, Store, 4));
+    F.Time(F.Question(u"Time", u"The time.", 0x15, Store, 8));
+    F.String(F.Question(u"Asset Tag", u"A name for the machine.", 0x16, Store, 12), 0, 10);
+    F.Password(F.Question(u"Password", u"The password.", 0x17, Store, 34), 0, 8);
+    F.GrayOutIf(true).True();
+    F.Checkbox(F.Question(u"Greyed Option", u"Cannot be changed now.", 0x18, Store, 1));
+    F.End();
+    F.Checkbox(
+        F.Question(u"Read-Only Option", u"Shown only.", 0x19, Store, 51, EFI_IFR_FLAG_READ_ONLY));
+    F.ActionWithCallback(u"Apply", u"Applies it.", 0x1A, u"Enter");
+    F.Form(2, u"Boot Options");
+    F.Text(F.StringId(u"First Device"), F.StringId(u"The first device tried."),
+           F.StringId(u"Disk 0"));
+    F.Checkbox(F.Question(u"Network Boot", u"Starts from the network.", 0x20, Store, 52));
     if (Language != nullptr) {
-      Translate(S, Language);
+      Translate(F.Strings, Language);
     }
-    PublishedFormSet &Set = PublishTab(W, S, TestGuid(1), gDefaultPageGuids[0], Title, Help);
-    Set.Driver->AddBufferStorage(TestGuid(1), u"Setup", std::vector<uint8_t>(StoreSize, 0));
-    return Set;
+    return PublishTab(F, gDefaultPageGuids[0]);
   }
 
   // Japanese for some of the main page's strings, to see wide characters in every area.
@@ -92,24 +83,16 @@ protected:
   // A tab with one form of Count checkboxes.
   PublishedFormSet &ListPage(UINT8 Id, const EFI_GUID &Page, const std::u16string &Name,
                              unsigned Count) {
-    Strings S;
-    EFI_STRING_ID Title = S.Add(Name);
-    EFI_STRING_ID Help = S.Add(u"A page of settings");
-    IfrWriter W;
-    W.FormSet(TestGuid(Id), Title, Help, {}, true);
-    W.VarStore(TestGuid(Id), Store, StoreSize, "List");
-    W.Form(1, Title, true);
+    FormSetBuilder F(TestGuid(Id), Name, u"A page of settings");
+    F.BufferStore(Store, "List", std::vector<uint8_t>(StoreSize, 0)).Form();
     for (unsigned Index = 0; Index < Count; Index++) {
       std::u16string Prompt =
           u"Setting " + std::u16string(1, u'A' + Index % 26) + std::u16string(1, u'0' + Index / 26);
-      W.Checkbox({S.Add(Prompt), S.Add(u"Turns the setting on."),
-                  static_cast<EFI_QUESTION_ID>(0x100 + Index), Store,
-                  static_cast<UINT16>(Index % StoreSize), 0});
+      F.Checkbox(F.Question(Prompt, u"Turns the setting on.",
+                            static_cast<EFI_QUESTION_ID>(0x100 + Index), Store,
+                            static_cast<UINT16>(Index % StoreSize)));
     }
-    W.End().End();
-    PublishedFormSet &Set = PublishTab(W, S, TestGuid(Id), Page, Title, Help);
-    Set.Driver->AddBufferStorage(TestGuid(Id), u"List", std::vector<uint8_t>(StoreSize, 0));
-    return Set;
+    return PublishTab(F, Page);
   }
 
   std::vector<EFI_HII_HANDLE> Handles() {
@@ -189,17 +172,13 @@ TEST_F(ScreenTest, LongFormPagesAndScrollsWithItsBar) {
 }
 
 TEST_F(ScreenTest, AFormWithoutHelpTakesTheWholeWidth) {
-  Strings S;
-  EFI_STRING_ID Title = S.Add(u"Plain");
-  IfrWriter W;
-  W.FormSet(TestGuid(4), Title, 0, {}, true);
-  W.Form(1, Title, true);
+  FormSetBuilder F(TestGuid(4), u"Plain", std::nullopt);
+  F.Form();
   // Help strings that are there but empty; a help id of 0 names no string at all.
-  EFI_STRING_ID NoHelp = S.Add(u"");
-  W.Text(S.Add(u"A line without help"), NoHelp);
-  W.Text(S.Add(u"Another line without help"), NoHelp, S.Add(u"and a value"));
-  W.End().End();
-  PublishedFormSet &Set = Publish(W, S, TestGuid(4));
+  EFI_STRING_ID NoHelp = F.StringId(u"");
+  F.Text(F.StringId(u"A line without help"), NoHelp);
+  F.Text(F.StringId(u"Another line without help"), NoHelp, F.StringId(u"and a value"));
+  PublishedFormSet &Set = Publish(F);
   SendAndWait({Set.Handle});
   ExpectScreen("no_help_style");
 }
@@ -212,15 +191,11 @@ TEST_F(ScreenTest, WithoutTheNoHelpLayoutOnlyFormsWithHelpCanBeShown) {
     tools::SessionOptions Options;
     Options.StandardLayouts = false;
     Restart(Options);
-    Strings S;
-    EFI_STRING_ID Title = S.Add(u"Plain");
-    IfrWriter W;
-    W.FormSet(TestGuid(4), Title, 0, {}, true);
-    W.Form(1, Title, true);
-    W.Text(S.Add(u"Empty help"), S.Add(u""));
-    W.Text(S.Add(u"Perhaps no help string"), HelpIdZero ? 0 : S.Add(u""));
-    W.End().End();
-    PublishedFormSet &Set = Publish(W, S, TestGuid(4));
+    FormSetBuilder F(TestGuid(4), u"Plain", std::nullopt);
+    F.Form();
+    F.Text(F.StringId(u"Empty help"), F.StringId(u""));
+    F.Text(F.StringId(u"Perhaps no help string"), HelpIdZero ? 0 : F.StringId(u""));
+    PublishedFormSet &Set = Publish(F);
     Send({Set.Handle});
     if (HelpIdZero) {
       ASSERT_TRUE(Waiting()) << ScreenText();
@@ -257,17 +232,13 @@ TEST_F(ScreenTest, TabsBeyondTheBarScroll) {
 }
 
 TEST_F(ScreenTest, ClockQuestionsRepaintOncePerSecond) {
-  Strings S;
-  EFI_STRING_ID Title = S.Add(u"Clock");
-  IfrWriter W;
-  W.FormSet(TestGuid(5), Title, S.Add(u"Help"), {}, true);
-  W.Form(1, Title, true);
-  W.Text(S.Add(u"The time of the real-time clock"), S.Add(u"Help"));
+  FormSetBuilder F(TestGuid(5), u"Clock");
+  F.Form();
+  F.Text(F.StringId(u"The time of the real-time clock"), F.StringId(u"Help"));
   // Bound to the real-time clock these have no storage, and refresh by themselves.
-  W.Date({S.Add(u"Date"), S.Add(u"Today"), 0x50, 0, 0, 0}, QF_DATE_STORAGE_TIME);
-  W.Time({S.Add(u"Time"), S.Add(u"Now"), 0x51, 0, 0, 0}, QF_TIME_STORAGE_TIME);
-  W.End().End();
-  PublishedFormSet &Set = Publish(W, S, TestGuid(5));
+  F.Date(F.Question(u"Date", u"Today", 0x50), QF_DATE_STORAGE_TIME);
+  F.Time(F.Question(u"Time", u"Now", 0x51), QF_TIME_STORAGE_TIME);
+  PublishedFormSet &Set = Publish(F);
   SendAndWait({Set.Handle});
   EXPECT_TRUE(Shows("[01/01/2026]")) << ScreenText();
   EXPECT_TRUE(Shows("[00:00:00]")) << ScreenText();

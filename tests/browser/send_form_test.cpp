@@ -16,7 +16,6 @@ namespace {
 
 using host::DriverRun;
 using kit::IfrWriter;
-using kit::QuestionHeader;
 using kit::Strings;
 
 class SendFormTest : public BrowserTest {
@@ -25,20 +24,11 @@ protected:
   // script.
   PublishedFormSet &SimpleFormSet(UINT8 Id, const char16_t *Title, bool Tab = false,
                                   const EFI_GUID &Page = gDefaultPageGuids[0]) {
-    Strings S;
-    EFI_STRING_ID TitleId = S.Add(Title);
-    EFI_STRING_ID Help = S.Add(u"Help of the form set");
-    IfrWriter W;
-    W.FormSet(TestGuid(Id), TitleId, Help, {}, true);
-    W.VarStore(TestGuid(Id), 1, 4, "Data");
-    W.Form(1, TitleId, true);
-    W.Text(S.Add(u"A line of text"), S.Add(u"Its help"));
-    W.Checkbox({S.Add(u"Switch"), S.Add(u"Turns it on"), 0x100, 1, 0, EFI_IFR_FLAG_CALLBACK});
-    W.End().End();
-    PublishedFormSet &Set =
-        Tab ? PublishTab(W, S, TestGuid(Id), Page, TitleId, Help) : Publish(W, S, TestGuid(Id));
-    Set.Driver->AddBufferStorage(TestGuid(Id), u"Data", std::vector<uint8_t>(4, 0));
-    return Set;
+    FormSetBuilder F(TestGuid(Id), Title, u"Help of the form set");
+    F.BufferStore(1, "Data", std::vector<uint8_t>(4, 0)).Form();
+    F.Text(F.StringId(u"A line of text"), F.StringId(u"Its help"));
+    F.Checkbox(F.Question(u"Switch", u"Turns it on", 0x100, 1, 0, EFI_IFR_FLAG_CALLBACK));
+    return Tab ? PublishTab(F, Page) : Publish(F);
   }
 
   EFI_STATUS SendWithScreen(EFI_HII_HANDLE Handle, EFI_SCREEN_DESCRIPTOR Screen) {

@@ -18,8 +18,6 @@ namespace morvane::test {
 namespace {
 
 using kit::IfrValue;
-using kit::IfrWriter;
-using kit::Strings;
 
 constexpr EFI_VARSTORE_ID SetupStore = 1;
 constexpr EFI_VARSTORE_ID NamedStore = 2;
@@ -63,37 +61,26 @@ protected:
   // A form set on the notified page: a buffer store with four questions, a name-value store
   // with one, a buffer store no question uses, and the action that runs the test's code.
   void PublishSetup(const EFI_GUID &Guid = SetupGuid) {
-    Strings S;
-    EFI_STRING_ID Title = S.Add(u"Setup");
-    EFI_STRING_ID Help = S.Add(u"The setup page");
-    IfrWriter W;
-    W.FormSet(Guid, Title, Help, {}, true);
-    W.VarStore(SetupGuid, SetupStore, 4, "Setup");
-    W.VarStoreNameValue(NamedStore, NamedGuid);
-    W.VarStore(SpareGuid, SpareStore, 2, "Spare");
-    W.Form(1, Title, true);
-    W.Checkbox(
-        {S.Add(u"Switch"), S.Add(u"A switch"), Switch, SetupStore, 0, EFI_IFR_FLAG_CALLBACK});
-    W.OneOf({S.Add(u"Mode"), S.Add(u"One of three"), Mode, SetupStore, 1, EFI_IFR_FLAG_CALLBACK},
+    FormSetBuilder F(Guid, u"Setup", u"The setup page");
+    F.BufferStore(SetupGuid, SetupStore, "Setup", {0, 1, 3, 0});
+    F.VarStoreNameValue(NamedStore, NamedGuid);
+    F.BufferStore(SpareGuid, SpareStore, "Spare", {0, 0});
+    F.Form();
+    F.Checkbox(F.Question(u"Switch", u"A switch", Switch, SetupStore, 0, EFI_IFR_FLAG_CALLBACK));
+    F.OneOf(F.Question(u"Mode", u"One of three", Mode, SetupStore, 1, EFI_IFR_FLAG_CALLBACK),
             EFI_IFR_NUMERIC_SIZE_1, 0, 2, 0, true);
-    W.OneOfOption(S.Add(u"Quiet"), 0, IfrValue::U8(0));
-    W.OneOfOption(S.Add(u"Normal"), 0, IfrValue::U8(1));
-    W.OneOfOption(S.Add(u"Loud"), 0, IfrValue::U8(2));
-    W.End();
-    W.Numeric({S.Add(u"Level"), S.Add(u"A number"), Level, SetupStore, 2, EFI_IFR_FLAG_CALLBACK},
+    F.Options({{u"Quiet", 0}, {u"Normal", 1}, {u"Loud", 2}});
+    F.End();
+    F.Numeric(F.Question(u"Level", u"A number", Level, SetupStore, 2, EFI_IFR_FLAG_CALLBACK),
               EFI_IFR_NUMERIC_SIZE_1, 0, 99, 1, true);
-    W.Default(EFI_HII_DEFAULT_CLASS_STANDARD, IfrValue::U8(4));
-    W.End();
-    W.Numeric({S.Add(u"Named"), S.Add(u"A named value"), Named, NamedStore, S.Add(u"Volume"),
-               EFI_IFR_FLAG_CALLBACK},
+    F.Default(EFI_HII_DEFAULT_CLASS_STANDARD, IfrValue::U8(4));
+    F.End();
+    F.Numeric(F.NamedQuestion(u"Named", u"A named value", Named, NamedStore, u"Volume",
+                              EFI_IFR_FLAG_CALLBACK),
               EFI_IFR_NUMERIC_SIZE_1, 0, 99, 0);
-    W.Action({S.Add(u"Ask"), S.Add(u"Runs driver code"), Ask, 0, 0, EFI_IFR_FLAG_CALLBACK},
-             S.Add(u"Go"));
-    W.Checkbox({S.Add(u"Last"), S.Add(u"The last question"), Last, SetupStore, 3, 0});
-    W.End().End();
-    Set = &PublishTab(W, S, Guid, gNotifiedPageProtocolGuid, Title, Help);
-    Set->Driver->AddBufferStorage(SetupGuid, u"Setup", {0, 1, 3, 0});
-    Set->Driver->AddBufferStorage(SpareGuid, u"Spare", {0, 0});
+    F.ActionWithCallback(u"Ask", u"Runs driver code", Ask);
+    F.Checkbox(F.Question(u"Last", u"The last question", Last, SetupStore, 3));
+    Set = &PublishTab(F, gNotifiedPageProtocolGuid);
     Set->Driver->AddNameValueStorage(NamedGuid);
     (*Set->Driver->NameValues(NamedGuid))[u"Volume"] = u"07";
     Set->Driver->OnCallback = [this](EFI_BROWSER_ACTION Action, EFI_QUESTION_ID Question, UINT8,
@@ -467,15 +454,10 @@ TEST_F(ServicesTest, AreaAttributesOfTheShownLayout) {
 
 TEST_F(ServicesTest, ALayoutWithoutAHelpAreaHasNoHelpAttributes) {
   // No statement has help text: the form is shown in the layout without a help area.
-  Strings S;
-  EFI_STRING_ID Title = S.Add(u"Plain");
-  EFI_STRING_ID None = S.Add(u"");
-  IfrWriter W;
-  W.FormSet(TestGuid(7), Title, None, {}, true);
-  W.Form(1, Title, true);
-  W.Action({S.Add(u"Ask"), None, Ask, 0, 0, EFI_IFR_FLAG_CALLBACK}, S.Add(u"Go"));
-  W.End().End();
-  PublishedFormSet &Plain = Publish(W, S, TestGuid(7));
+  FormSetBuilder F(TestGuid(7), u"Plain", u"");
+  F.Form();
+  F.Action({F.StringId(u"Ask"), F.Help, Ask, 0, 0, EFI_IFR_FLAG_CALLBACK}, F.StringId(u"Go"));
+  PublishedFormSet &Plain = Publish(F);
   std::vector<EFI_STATUS> Statuses;
   Plain.Driver->OnCallback = [&](EFI_BROWSER_ACTION Action, EFI_QUESTION_ID, UINT8,
                                  EFI_IFR_TYPE_VALUE *, EFI_BROWSER_ACTION_REQUEST *) {
@@ -541,19 +523,13 @@ TEST_F(ServicesTest, BrowserCallbackRefusesWhatItCannotFind) {
 }
 
 TEST_F(ServicesTest, BrowserCallbackReadsNothingFromAVariableStore) {
-  Strings S;
-  EFI_STRING_ID Title = S.Add(u"Variables");
-  IfrWriter W;
-  W.FormSet(TestGuid(8), Title, S.Add(u"Help"), {}, true);
+  FormSetBuilder F(TestGuid(8), u"Variables");
   // The variable store is the only one, so a read without a GUID finds it too.
-  W.VarStoreEfi(1, TestGuid(8), 7, 1, "Counter");
-  W.Form(1, Title, true);
-  W.Numeric({S.Add(u"Counter"), S.Add(u"In a variable"), 0x90, 1, 0, 0}, EFI_IFR_NUMERIC_SIZE_1, 0,
-            9, 0);
-  W.Action({S.Add(u"Ask"), S.Add(u"Runs driver code"), Ask, 0, 0, EFI_IFR_FLAG_CALLBACK},
-           S.Add(u"Go"));
-  W.End().End();
-  PublishedFormSet &Variables = Publish(W, S, TestGuid(8));
+  F.VarStoreEfi(1, TestGuid(8), 7, 1, "Counter");
+  F.Form();
+  F.Numeric(F.Question(u"Counter", u"In a variable", 0x90, 1, 0), EFI_IFR_NUMERIC_SIZE_1, 0, 9, 0);
+  F.ActionWithCallback(u"Ask", u"Runs driver code", Ask);
+  PublishedFormSet &Variables = Publish(F);
   // Its questions are read from the variable, not through requests: it has nothing to give.
   std::vector<EFI_STATUS> Statuses;
   std::vector<UINTN> Sizes;

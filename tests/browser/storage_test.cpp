@@ -12,8 +12,6 @@ namespace morvane::test {
 namespace {
 
 using kit::IfrValue;
-using kit::IfrWriter;
-using kit::Strings;
 
 const EFI_GUID SetGuid = TestGuid(1);
 const EFI_GUID VariableGuid = TestGuid(0x21);
@@ -32,17 +30,13 @@ protected:
 
   // A form set whose one form Body writes, on a name/value store 1 that holds Values.
   std::map<std::u16string, std::u16string> &
-  PublishNamed(const std::function<void(IfrWriter &, Strings &, EFI_STRING_ID Title)> &Body,
+  PublishNamed(const std::function<void(FormSetBuilder &)> &Body,
                std::map<std::u16string, std::u16string> Values) {
-    Strings S;
-    EFI_STRING_ID Title = S.Add(u"Named");
-    IfrWriter W;
-    W.FormSet(SetGuid, Title, S.Add(u"Help"), {}, true);
-    W.VarStoreNameValue(1, SetGuid);
-    W.Form(1, Title, true);
-    Body(W, S, Title);
-    W.End().End();
-    Set = &Publish(W, S, SetGuid);
+    FormSetBuilder F(SetGuid, u"Named");
+    F.VarStoreNameValue(1, SetGuid);
+    F.Form();
+    Body(F);
+    Set = &Publish(F);
     Set->Driver->AddNameValueStorage(SetGuid);
     *Set->Driver->NameValues(SetGuid) = std::move(Values);
     return *Set->Driver->NameValues(SetGuid);
@@ -50,19 +44,12 @@ protected:
 };
 
 TEST_F(StorageTest, AReplyWithAlternativeConfigurationsFillsABufferStorage) {
-  Strings S;
-  EFI_STRING_ID Title = S.Add(u"Buffer");
-  IfrWriter W;
-  W.FormSet(SetGuid, Title, S.Add(u"Help"), {}, true);
-  W.VarStore(SetGuid, 1, 2, "Setup");
-  W.Form(1, Title, true);
-  W.Numeric({S.Add(u"Speed"), S.Add(u"A number"), Speed, 1, 0, 0}, EFI_IFR_NUMERIC_SIZE_1, 0, 99, 1,
-            true);
-  W.Default(EFI_HII_DEFAULT_CLASS_STANDARD, IfrValue::U8(4));
-  W.End();
-  W.End().End();
-  Set = &Publish(W, S, SetGuid);
-  Set->Driver->AddBufferStorage(SetGuid, u"Setup", {42, 0});
+  FormSetBuilder F(SetGuid, u"Buffer");
+  F.BufferStore(1, "Setup", {42, 0}).Form();
+  F.Numeric(F.Question(u"Speed", u"A number", Speed, 1, 0), EFI_IFR_NUMERIC_SIZE_1, 0, 99, 1, true);
+  F.Default(EFI_HII_DEFAULT_CLASS_STANDARD, IfrValue::U8(4));
+  F.End();
+  Set = &Publish(F);
   Set->Driver->WithAltConfig = true;
   SendAndWait({Set->Handle});
   EXPECT_FALSE(Shows("Failed to load storage")) << ScreenText();
@@ -76,16 +63,16 @@ TEST_F(StorageTest, NameValueTextsReachTheirQuestionsAndOnlyTheirsGoBack) {
   // A password that its driver checks never travels through the storage; a 64-bit number whose
   // default is a string id still reads its text as value digits.
   std::map<std::u16string, std::u16string> &Values = PublishNamed(
-      [](IfrWriter &W, Strings &S, EFI_STRING_ID Title) {
-        W.Numeric({S.Add(u"Speed"), S.Add(u"A number"), Speed, 1, S.Add(u"SpeedName"), 0},
+      [](FormSetBuilder &F) {
+        F.Numeric(F.NamedQuestion(u"Speed", u"A number", Speed, 1, u"SpeedName"),
                   EFI_IFR_NUMERIC_SIZE_1, 0, 99, 1);
-        W.Password({S.Add(u"Secret"), S.Add(u"Checked by the driver"), Secret, 1,
-                    S.Add(u"SecretName"), EFI_IFR_FLAG_CALLBACK},
+        F.Password(F.NamedQuestion(u"Secret", u"Checked by the driver", Secret, 1, u"SecretName",
+                                   EFI_IFR_FLAG_CALLBACK),
                    0, 8);
-        W.Numeric({S.Add(u"Wide"), S.Add(u"Eight bytes"), Wide, 1, S.Add(u"WideName"), 0},
+        F.Numeric(F.NamedQuestion(u"Wide", u"Eight bytes", Wide, 1, u"WideName"),
                   EFI_IFR_NUMERIC_SIZE_8, 0, 0xFFFF, 0, true);
-        W.Default(EFI_HII_DEFAULT_CLASS_STANDARD, IfrValue::String(Title));
-        W.End();
+        F.Default(EFI_HII_DEFAULT_CLASS_STANDARD, IfrValue::String(F.Title));
+        F.End();
       },
       {{u"SpeedName", u"07"}, {u"WideName", u"0010"}});
   SendAndWait({Set->Handle});
@@ -102,14 +89,12 @@ TEST_F(StorageTest, NameValueTextsReachTheirQuestionsAndOnlyTheirsGoBack) {
 // storage, then the driver's Retrieve answer, which is what shows.
 TEST_F(StorageTest, ARefreshingNameValueQuestionShowsWhatTheDriverRetrieves) {
   PublishNamed(
-      [](IfrWriter &W, Strings &S, EFI_STRING_ID) {
-        W.Text(S.Add(u"A line"), S.Add(u"Not a question"));
-        W.Numeric(
-            {S.Add(u"Fan"), S.Add(u"Turns"), Speed, 1, S.Add(u"FanName"), EFI_IFR_FLAG_CALLBACK},
-            EFI_IFR_NUMERIC_SIZE_1, 0, 99, 1, true);
-        W.Refresh(1).End();
-        W.Checkbox(
-            {S.Add(u"Quiet"), S.Add(u"Takes the highlight"), Wide, 1, S.Add(u"QuietName"), 0});
+      [](FormSetBuilder &F) {
+        F.Text(F.StringId(u"A line"), F.StringId(u"Not a question"));
+        F.Numeric(F.NamedQuestion(u"Fan", u"Turns", Speed, 1, u"FanName", EFI_IFR_FLAG_CALLBACK),
+                  EFI_IFR_NUMERIC_SIZE_1, 0, 99, 1, true);
+        F.Refresh(1).End();
+        F.Checkbox(F.NamedQuestion(u"Quiet", u"Takes the highlight", Wide, 1, u"QuietName"));
       },
       {{u"FanName", u"05"}, {u"QuietName", u"00"}});
   UINT8 Turns = 40;
@@ -131,23 +116,19 @@ TEST_F(StorageTest, ARefreshingNameValueQuestionShowsWhatTheDriverRetrieves) {
 }
 
 TEST_F(StorageTest, QuestionsOnEfiVariablesAreWrittenWhateverTheirType) {
-  Strings S;
-  EFI_STRING_ID Title = S.Add(u"Variables");
-  IfrWriter W;
-  W.FormSet(SetGuid, Title, S.Add(u"Help"), {}, true);
-  W.VarStoreEfi(1, VariableGuid, EFI_VARIABLE_NON_VOLATILE | EFI_VARIABLE_BOOTSERVICE_ACCESS, 1,
+  FormSetBuilder F(SetGuid, u"Variables");
+  F.VarStoreEfi(1, VariableGuid, EFI_VARIABLE_NON_VOLATILE | EFI_VARIABLE_BOOTSERVICE_ACCESS, 1,
                 "Settings");
-  W.Form(1, Title, true);
-  W.Checkbox({S.Add(u"Flag"), S.Add(u"A checkbox"), Flag, 1, S.Add(u"FlagVar"), 0});
-  W.OneOf({S.Add(u"Mode"), S.Add(u"A one-of"), Mode, 1, S.Add(u"ModeVar"), 0},
-          EFI_IFR_NUMERIC_SIZE_1, 0, 2, 0, true);
-  W.OneOfOption(S.Add(u"Low"), 0, IfrValue::U8(0));
-  W.OneOfOption(S.Add(u"High"), 0, IfrValue::U8(1));
-  W.End();
-  W.Numeric({S.Add(u"Speed"), S.Add(u"A number"), Speed, 1, S.Add(u"SpeedVar"), 0},
-            EFI_IFR_NUMERIC_SIZE_1, 0, 99, 1);
-  W.End().End();
-  Set = &Publish(W, S, SetGuid);
+  F.Form();
+  F.Checkbox(F.NamedQuestion(u"Flag", u"A checkbox", Flag, 1, u"FlagVar"));
+  F.OneOf(F.NamedQuestion(u"Mode", u"A one-of", Mode, 1, u"ModeVar"), EFI_IFR_NUMERIC_SIZE_1, 0, 2,
+          0, true);
+  F.Options({{u"Low", 0}, {u"High", 1}});
+  F.End();
+  F.Numeric(F.NamedQuestion(u"Speed", u"A number", Speed, 1, u"SpeedVar"), EFI_IFR_NUMERIC_SIZE_1,
+            0, 99, 1);
+  F.End().End();
+  Set = &Publish(F);
   SendAndWait({Set->Handle});
   Type("Enter Down \"+\" Down \"33\" Enter");
   SaveAndLeave();
