@@ -70,9 +70,9 @@ EFI_STATUS DefaultFromRecords(FormSet *Set, Form *Owner, Statement *Question, UI
   return EFI_SUCCESS;
 }
 
-// A flagged option is one value, and an ordered list's value is the whole order: a list with a
-// default flag on any option takes its shown options in their order. Value carries the first
-// containers too, for the paint that copies a list's default from there.
+// An ordered list's value is the whole order: with no default record it takes its shown options
+// in their order, also when an option carries a default flag (one value, not an order). Value
+// carries the first containers too, for the paint that copies a list's default from there.
 void FillWithShownOptions(Statement *Question) {
   if (Question->ValueBuffer == nullptr) {
     return;
@@ -103,16 +103,9 @@ EFI_STATUS LoadFallback(Statement *Question) {
   case EFI_IFR_NUMERIC_OP:
     SetHiiValueNumber(&Question->Value, Question->Value.Type, Question->Minimum);
     return EFI_SUCCESS;
-  case EFI_IFR_ORDERED_LIST_OP: {
-    UINTN Index = 0;
-    LIST_FOR_EACH(Link, &Question->QuestionOptionList) {
-      if (Index >= Question->MaxContainers || Question->ValueBuffer == nullptr) {
-        break;
-      }
-      Question->ValueBuffer[Index++] = OptionFromLink(Link)->Value.Value[0];
-    }
+  case EFI_IFR_ORDERED_LIST_OP:
+    FillWithShownOptions(Question);
     return EFI_SUCCESS;
-  }
   default:
     return EFI_NOT_FOUND;
   }

@@ -452,7 +452,6 @@ TEST_F(ParserTest, DisableIfAtFormSetLevel) {
     EFI_STATUS Status;
     std::vector<EFI_FORM_ID> Forms;
   } Cases[] = {
-      {"true", IFR(True()), EFI_SUCCESS, {1}},
       {"false", IFR(False()), EFI_SUCCESS, {2, 1}},
       {"a question read before it", IFR(EqIdVal(0x30, 0)), EFI_SUCCESS, {1}},
       {"a question of no form", IFR(EqIdVal(0x4444, 0)), EFI_NOT_FOUND, {}},

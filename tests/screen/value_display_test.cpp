@@ -203,12 +203,6 @@ TEST_F(ValueDisplayTest, OrderedListRows) {
   W.OneOfOption(S.Add(u"Padded   "), 0, IfrValue::U8(5));
   W.OneOfOption(S.Add(u"Other"), 0, IfrValue::U8(6));
   W.End();
-  // An option flagged default is no value for a list: the list takes its options in order.
-  W.OrderedList({S.Add(u"Flagged"), S.Add(u"A list"), 0x15, 1, 14, 0}, 3, 0, true);
-  W.OneOfOption(S.Add(u"Alpha"), 0, IfrValue::U8(1));
-  W.OneOfOption(S.Add(u"Beta"), EFI_IFR_OPTION_DEFAULT, IfrValue::U8(2));
-  W.OneOfOption(S.Add(u"Gamma"), 0, IfrValue::U8(3));
-  W.End();
   // Options of 16-bit values still take one byte a container.
   W.OrderedList({S.Add(u"Wide values"), S.Add(u"A list"), 0x16, 1, 17, 0}, 3, 0, true);
   W.OneOfOption(S.Add(u"Uno"), 0, IfrValue::U16(1));
@@ -228,15 +222,13 @@ TEST_F(ValueDisplayTest, OrderedListRows) {
   EXPECT_EQ(ValueOf(u"Defaulted", 18), u"[First]");
   EXPECT_EQ(ValueOf(u"Empty", 18), u"[]");
   EXPECT_EQ(ValueOf(u"Trimmed", 18), u"[Padded]");
-  EXPECT_EQ(ValueOf(u"Flagged", 18), u"[Gamma]");
   EXPECT_EQ(ValueOf(u"Wide values", 18), u"[Dos]");
   struct Buffer {
     EFI_QUESTION_ID Id;
     std::vector<UINT8> Value;
   };
-  for (const Buffer &Each :
-       {Buffer{0x10, {1, 3, 2}}, Buffer{0x11, {1, 2, 3}}, Buffer{0x12, {2, 3, 1}},
-        Buffer{0x13, {0, 0, 0}}, Buffer{0x15, {1, 2, 3}}}) {
+  for (const Buffer &Each : {Buffer{0x10, {1, 3, 2}}, Buffer{0x11, {1, 2, 3}},
+                             Buffer{0x12, {2, 3, 1}}, Buffer{0x13, {0, 0, 0}}}) {
     Statement *List = Question(Each.Id);
     ASSERT_NE(List, nullptr);
     EXPECT_EQ(std::vector<UINT8>(List->ValueBuffer, List->ValueBuffer + Each.Value.size()),
